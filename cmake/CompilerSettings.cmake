@@ -1,0 +1,25 @@
+# What every target is compiled with.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+include(CheckPIESupported)
+check_pie_supported()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion
+                    -Wformat=2 -Werror)
+
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    add_compile_options(-Wno-restrict) # false alarms of GCC 12 on std::string's operator+
+endif()
+
+if(IDS_SANITIZE)
+    add_compile_options(-fsanitize=${IDS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${IDS_SANITIZE})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,--as-needed)
+endif()

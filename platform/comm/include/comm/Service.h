@@ -1,0 +1,273 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "comm/Proxy.h"
+#include "comm/ServiceRegistration.h"
+#include "ipl/ErrorStorage.h"
+#include "ipl/GlobalErrorHandler.h"
+#include "osal/Mutex.h"
+
+namespace comm {
+
+/// Logs that a client could not be told an attribute's value. operation: what was asked of the service.
+void logUpdateFailure(const char* operation, const char* updateName);
+
+/// What a service sends to one connected client. Copies mean the same client.
+template <typename Description>
+class ReplyProxy
+{
+public:
+    ReplyProxy() = default;
+    explicit ReplyProxy(Client client) : m_client{std::move(client)} {}
+
+    bool isAlive() const { return m_client.isAlive(); }
+    bool operator==(const ReplyProxy&) const = default;
+
+    /// Sends the reply that the given member of the reply interface stands for. Returns true when the connection took
+    /// it, which does not mean that the client has read it.
+    template <auto function, typename... Args>
+    bool call(const Args&... arguments) const
+    {
+        const auto& method = std::get<Method<function>>(Description::replies);
+        return m_client.send(method.name, [&](MessageWriter& writer) {
+            ArgumentsCodec<typename Method<function>::Arguments>::write(writer, arguments...);
+        });
+    }
+
+private:
+    Client m_client;
+};
+
+/// The attributes of a service: for each its value, its validity and the clients that want its updates. Values may be
+/// read and stored from any thread; subscriptions and sending belong to the service's active object.
+template <typename Attributes>
+class AttributeNotificationContainer;
+
+template <typename... Attribute>
+class AttributeNotificationContainer<std::tuple<Attribute...>>
+{
+public:
+    static constexpr std::size_t kCount = sizeof...(Attribute);
+
+    /// Stores a value, marks it valid and sends it to every subscriber.
+    template <typename A>
+    void update(const A& attribute, typename A::Value value)
+    {
+        auto& slot = std::get<Slot<A>>(m_slots);
+        {
+            const std::lock_guard lock{m_mutex};
+            slot.value = std::move(value);
+            slot.valid = true;
+        }
+        for (const auto& subscriber : slot.subscribers) {
+            send(attribute, slot, subscriber, attribute.updateName);
+        }
+    }
+
+    template <typename A>
+    void subscribe(const A& attribute, const Client& client)
+    {
+        auto& slot = std::get<Slot<A>>(m_slots);
+        if (std::find(slot.subscribers.begin(), slot.subscribers.end(), client) == slot.subscribers.end()) {
+            slot.subscribers.push_back(client);
+        }
+        if (slot.valid) {
+            send(attribute, slot, client, attribute.updateName);
+        }
+    }
+
+    template <typename A>
+    void unsubscribe(const A&, const Client& client)
+    {
+        std::erase(std::get<Slot<A>>(m_slots).subscribers, client);
+    }
+
+    /// Answers a client's question for the value as it is.
+    template <typename A>
+    void get(const A& attribute, const Client& client) const
+    {
+        send(attribute, std::get<Slot<A>>(m_slots), client, (std::string{"get"} + attribute.name).c_str());
+    }
+
+    template <typename A>
+    void write(const A&, MessageWriter& writer) const
+    {
+        const std::lock_guard lock{m_mutex};
+        const auto& slot = std::get<Slot<A>>(m_slots);
+        ArgumentsCodec<std::tuple<typename A::Value, bool>>::write(writer, slot.value, slot.valid);
+    }
+
+private:
+    template <typename A>
+    struct Slot
+    {
+        typename A::Value value{};
+        bool valid = false;
+        std::vector<Client> subscribers;
+    };
+
+    template <typename A>
+    void send(const A& attribute, const Slot<A>&, const Client& client, const char* operation) const
+    {
+        if (!client.send(attribute.updateName, [&](MessageWriter& writer) { write(attribute, writer); })) {
+            logUpdateFailure(operation, attribute.updateName);
+        }
+    }
+
+    mutable osal::Mutex m_mutex; // guards value and valid of the slots
+    std::tuple<Slot<Attribute>...> m_slots;
+};
+
+/// Base of a class that provides a service. It implements the requests as virtual functions; connecting and leaving
+/// clients arrive at the two hooks. All of it runs on the active object that the service is registered with.
+///
+/// The derived class deregisters in its own destructor: later its requests have nobody to arrive at.
+template <typename Description>
+class Service : public Description::Requests, protected IServiceImplementation
+{
+public:
+    using Reply = ReplyProxy<Description>;
+
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
+protected:
+    Service() = default;
+    ~Service() override = default;
+
+    virtual void clientConnected(const Reply&) {}
+    virtual void clientDisconnected(const Reply&) {}
+
+    /// Registers the service. Returns true on error: it is registered already, or the bus refused it (the reason is in
+    /// ipl::ErrorStorage).
+    bool registerInstance(std::uint32_t instance, const FactoryPtr& factory)
+    {
+        if (m_registration.isAlive()) {
+            ipl::ErrorStorage::set(kErrorAlreadyRegistered, "%s is registered already",
+                                   serviceInfo<Description>().name.c_str());
+            return true;
+        }
+        m_registration = ServiceRegistration{*this, serviceInfo<Description>(), instance, factory};
+        if (!m_registration.valid()) {
+            ipl::GlobalErrorHandler::doFatalError(__FILE__, __LINE__, __func__,
+                                                  "can't create ServiceRegistration, OOM ");
+        }
+        return m_registration.registerService();
+    }
+
+    /// Withdraws the service when it is registered.
+    void unregisterInstance()
+    {
+        if (m_registration.isAlive()) {
+            m_registration.unregisterService();
+            m_registration = ServiceRegistration{};
+        }
+        if (m_registration.isAlive()) {
+            ipl::GlobalErrorHandler::doFatalAssert("!m_registration.isAlive()", __FILE__, __LINE__, __func__, "");
+        }
+    }
+
+    /// Stores a value of the attribute whose update operation is given, marks it valid and sends it to every client
+    /// that has asked for its updates.
+    template <auto function>
+    void setAttribute(typename Attribute<function>::Value value)
+    {
+        m_attributes.update(std::get<Attribute<function>>(Description::attributes), std::move(value));
+    }
+
+    ServiceRegistration m_registration;
+
+private:
+    using Attributes = std::remove_cvref_t<decltype(Description::attributes)>;
+
+    std::string runRequest(std::size_t place, MessageReader& arguments, MessageWriter& result) final
+    {
+        std::string refusal;
+        std::size_t next = 0;
+        std::apply(
+            [&](const auto&... method) {
+                (void)((next++ == place && (refusal = run(method, arguments, result), true)) || ...);
+            },
+            Description::requests);
+        return refusal;
+    }
+
+    template <typename Method>
+    std::string run(const Method&, MessageReader& reader, MessageWriter& writer)
+    {
+        typename Method::Arguments arguments;
+        ArgumentsCodec<typename Method::Arguments>::read(reader, arguments);
+        if (!reader.ok()) {
+            return {};
+        }
+        auto& self = static_cast<typename Method::Interface&>(*this);
+        const auto call = [&self](auto&... argument) { return (self.*Method::kFunction)(argument...); };
+        if constexpr (std::is_void_v<typename Method::Result>) {
+            std::apply(call, arguments);
+            return {};
+        } else {
+            auto result = std::apply(call, arguments);
+            Codec<decltype(result.value)>::write(writer, result.value);
+            return std::move(result.error);
+        }
+    }
+
+    bool runReserved(ReservedRequest request, std::uint32_t id, const Client& client) final
+    {
+        const bool all = request == getAttributes || request == requestNotifications || request == cancelNotifications;
+        bool found = all;
+        std::apply(
+            [&](const auto&... attribute) {
+                ((all || attribute.id == id ? (found = true, manage(attribute, request, client)) : void()), ...);
+            },
+            Description::attributes);
+        return found;
+    }
+
+    template <typename A>
+    void manage(const A& attribute, ReservedRequest request, const Client& client)
+    {
+        switch (request) {
+        case comm::getAttribute:
+        case comm::getAttributes:
+            return m_attributes.get(attribute, client);
+        case requestNotification:
+        case requestNotifications:
+            return m_attributes.subscribe(attribute, client);
+        case cancelNotification:
+        case cancelNotifications:
+            return m_attributes.unsubscribe(attribute, client);
+        }
+    }
+
+    void writeAttribute(std::size_t place, MessageWriter& writer) const final
+    {
+        std::size_t next = 0;
+        std::apply(
+            [&](const auto&... attribute) {
+                (void)((next++ == place && (m_attributes.write(attribute, writer), true)) || ...);
+            },
+            Description::attributes);
+    }
+
+    void onClientConnected(const Client& client) final { clientConnected(Reply{client}); }
+
+    void onClientDisconnected(const Client& client) final
+    {
+        std::apply([&](const auto&... attribute) { (m_attributes.unsubscribe(attribute, client), ...); },
+                   Description::attributes);
+        clientDisconnected(Reply{client});
+    }
+
+    AttributeNotificationContainer<Attributes> m_attributes;
+};
+
+} // namespace comm

@@ -1,0 +1,186 @@
+#include "Bus.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+
+#include "tracing/Channel.h"
+
+namespace comm {
+namespace {
+
+constexpr char kLabel[] = "comm::Bus";
+constexpr std::uint64_t kRetryMicroseconds = 500'000;
+
+tracing::Channel s_channel{"CON_COMM", 7, 2};
+
+} // namespace
+
+void SlotDeleter::operator()(sd_bus_slot* slot) const
+{
+    sd_bus_slot_unref(slot);
+}
+
+void MessageDeleter::operator()(sd_bus_message* message) const
+{
+    sd_bus_message_unref(message);
+}
+
+Bus::Bus(sd_event* event) : m_event{event}
+{
+    open();
+}
+
+Bus::~Bus()
+{
+    visitUsers([](User& user) {
+        user.onBusLost();
+        return false;
+    });
+    m_users.clear();
+    sd_event_source_disable_unref(m_retry);
+    forget();
+}
+
+void Bus::addUser(User& user)
+{
+    m_users.push_back(&user);
+    if (m_connected) {
+        user.onBusConnected();
+    }
+}
+
+void Bus::removeUser(User& user)
+{
+    std::erase(m_users, &user);
+}
+
+bool Bus::send(sd_bus_message* message) const
+{
+    std::uint64_t waiting = 0;
+    return m_connected && sd_bus_get_n_queued_write(m_bus, &waiting) >= 0 && waiting < kMaxQueuedWrites &&
+           sd_bus_send(m_bus, message, nullptr) >= 0;
+}
+
+std::string Bus::address()
+{
+    const char* const address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    return address != nullptr ? address : "the system bus";
+}
+
+// Shows the users one by one to visit until it returns true, and tells whether it did. A user may come or go meanwhile.
+template <typename Visit>
+bool Bus::visitUsers(Visit visit)
+{
+    for (auto* const user : std::vector<User*>{m_users}) {
+        if (std::find(m_users.begin(), m_users.end(), user) != m_users.end() && visit(*user)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Opens the connection or sees to it that it is tried again. The bus has answered nothing yet when this returns: what
+// is sent meanwhile waits in the connection, and a bus that refuses us makes itself known as a loss.
+void Bus::open()
+{
+    if (const int error = connect(); error < 0) {
+        if (!m_reported) {
+            m_reported = true;
+            TRACE(s_channel, warning, kLabel, "no bus at %s (%s), trying again", address().c_str(),
+                  std::generic_category().message(-error).c_str());
+        }
+        forget();
+        retryLater();
+        return;
+    }
+    m_connected = true;
+    visitUsers([](User& user) {
+        user.onBusConnected();
+        return false;
+    });
+}
+
+int Bus::connect()
+{
+    int error = sd_bus_open_system_with_description(&m_bus, "idsProc");
+    if (error < 0) {
+        return error;
+    }
+    sd_bus_set_exit_on_disconnect(m_bus, 0);
+    const auto filter = [](sd_bus_message* message, void* userdata, sd_bus_error*) {
+        return static_cast<Bus*>(userdata)->handle(message);
+    };
+    error = sd_bus_add_filter(m_bus, nullptr, filter, this);
+    return error < 0 ? error : sd_bus_attach_event(m_bus, m_event, SD_EVENT_PRIORITY_NORMAL);
+}
+
+int Bus::handle(sd_bus_message* message)
+{
+    if (sd_bus_message_is_signal(message, "org.freedesktop.DBus.Local", "Disconnected") > 0) {
+        lose();
+        return 0;
+    }
+    if (m_reported) {
+        m_reported = false;
+        TRACE(s_channel, milestone, kLabel, "bus at %s is back", address().c_str());
+    }
+    std::uint8_t type = 0;
+    if (sd_bus_message_get_type(message, &type) < 0 || type != SD_BUS_MESSAGE_SIGNAL ||
+        sd_bus_message_get_destination(message) == nullptr)
+    {
+        return 0;
+    }
+    return visitUsers([message](User& user) { return user.onSignal(message); }) ? 1 : 0;
+}
+
+void Bus::lose()
+{
+    if (!m_connected) {
+        return;
+    }
+    m_connected = false;
+    if (!m_reported) {
+        m_reported = true;
+        TRACE(s_channel, warning, kLabel, "bus at %s is gone, trying again", address().c_str());
+    }
+    visitUsers([](User& user) {
+        user.onBusLost();
+        return false;
+    });
+    // The dead connection is released by the retry, not in the middle of its own last message.
+    retryLater();
+}
+
+void Bus::retryLater()
+{
+    if (m_retry == nullptr) {
+        sd_event_add_time_relative(m_event, &m_retry, CLOCK_MONOTONIC, kRetryMicroseconds, 0, &Bus::onRetry, this);
+    } else {
+        sd_event_source_set_time_relative(m_retry, kRetryMicroseconds);
+        sd_event_source_set_enabled(m_retry, SD_EVENT_ONESHOT);
+    }
+}
+
+int Bus::onRetry(sd_event_source*, std::uint64_t, void* userdata)
+{
+    auto& bus = *static_cast<Bus*>(userdata);
+    bus.forget();
+    bus.open();
+    return 0;
+}
+
+void Bus::forget()
+{
+    m_connected = false;
+    if (m_bus != nullptr) {
+        sd_bus_detach_event(m_bus);
+        sd_bus_close_unref(m_bus);
+        m_bus = nullptr;
+    }
+}
+
+} // namespace comm

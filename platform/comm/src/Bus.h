@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct sd_bus;
+struct sd_bus_message;
+struct sd_bus_slot;
+struct sd_event;
+struct sd_event_source;
+
+namespace comm {
+
+/// Owns a slot of the bus library: what was asked for ends with it.
+struct SlotDeleter
+{
+    void operator()(sd_bus_slot* slot) const;
+};
+using Slot = std::unique_ptr<sd_bus_slot, SlotDeleter>;
+
+/// A message that is made, sent and released by us.
+struct MessageDeleter
+{
+    void operator()(sd_bus_message* message) const;
+};
+using MessagePtr = std::unique_ptr<sd_bus_message, MessageDeleter>;
+
+/// The connection of one event loop to the unit's bus, on the loop's thread only.
+///
+/// It is always being had: when the bus is away the connection is tried again every 500 ms, and everybody who uses it
+/// is told of loss and return. Nothing here waits for an answer of the bus. What is written while the bus is busy waits
+/// in memory, but only up to kMaxQueuedWrites messages; more are refused.
+class Bus
+{
+public:
+    static constexpr std::uint64_t kMaxQueuedWrites = 1024;
+
+    /// Somebody who uses the connection.
+    class User
+    {
+    public:
+        virtual ~User() = default;
+
+        /// The connection is there; calls may be made on it from now on. Also called by addUser when it is there.
+        virtual void onBusConnected() = 0;
+
+        /// The connection is gone, and every peer with it.
+        virtual void onBusLost() = 0;
+
+        /// A signal that was sent to this connection alone; true when it was the user's.
+        virtual bool onSignal(sd_bus_message*) { return false; }
+    };
+
+    explicit Bus(sd_event* event);
+    ~Bus();
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+    void addUser(User& user);
+    void removeUser(User& user);
+
+    /// The connection, null while there is none.
+    sd_bus* connection() const { return m_connected ? m_bus : nullptr; }
+
+    /// Hands a message to the connection. False when there is none or when too much waits to be written.
+    bool send(sd_bus_message* message) const;
+
+    /// The address the connection is tried at, for log lines.
+    static std::string address();
+
+private:
+    static int onRetry(sd_event_source* source, std::uint64_t microseconds, void* userdata);
+    int handle(sd_bus_message* message);
+    template <typename Visit>
+    bool visitUsers(Visit visit);
+    void open();
+    int connect();
+    void lose();
+    void retryLater();
+    void forget();
+
+    sd_event* const m_event;
+    sd_bus* m_bus = nullptr;
+    sd_event_source* m_retry = nullptr;
+    bool m_connected = false;
+    bool m_reported = false; // the present absence of the bus has had its log line
+    std::vector<User*> m_users;
+};
+
+} // namespace comm

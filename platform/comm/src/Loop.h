@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "comm/ActiveObject.h"
+#include "osal/Mutex.h"
+
+struct sd_event;
+struct sd_event_source;
+
+namespace comm {
+
+class Bus;
+
+/// The thread, the event loop and the queue behind an active object.
+///
+/// Posting is a short lock and, only when the queue was empty, one write to an event descriptor. Each turn takes all
+/// that is queued and runs it; the loop then looks at the bus before the next turn, so neither can starve the other.
+class Loop : public std::enable_shared_from_this<Loop>
+{
+public:
+    explicit Loop(std::string name);
+    ~Loop();
+    Loop(const Loop&) = delete;
+    Loop& operator=(const Loop&) = delete;
+
+    void start();
+    void enque(const util::SharedPtr<ActiveObjectEvent>& event);
+    bool isCurrent() const { return m_threadId.load() == std::this_thread::get_id(); }
+    void stop();
+
+    /// The loop's connection to the bus, made at the first call. On the loop's thread only.
+    Bus& bus();
+
+private:
+    static int onPosted(sd_event_source* source, int descriptor, unsigned events, void* userdata);
+    void runQueue();
+    void run();
+
+    const std::string m_name;
+    sd_event* m_event = nullptr;
+    int m_wakeUp = -1;
+    osal::Mutex m_mutex; // guards the two below
+    std::vector<util::SharedPtr<ActiveObjectEvent>> m_queue;
+    bool m_ending = false;
+    std::vector<util::SharedPtr<ActiveObjectEvent>> m_turn; // what the present turn runs; keeps its storage
+    std::unique_ptr<Bus> m_bus;
+    std::atomic<std::thread::id> m_threadId{};
+    std::thread m_thread;
+};
+
+} // namespace comm

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+
+#include "Bus.h"
+#include "comm/Proxy.h"
+
+namespace comm {
+
+/// A proxy's place on the bus, on the loop's thread only, but for making it.
+///
+/// At rest; seeking the owner of the service's name; connecting to the owner found; alive. Any loss leads to rest.
+class ProxyEndpoint final : public Bus::User
+{
+public:
+    ProxyEndpoint(const ServiceInfo& info, std::uint32_t instance, LifecycleListener& lifecycle);
+
+    void setReceiver(IReplyReceiver& receiver) { m_receiver = &receiver; }
+
+    /// Returns 0 or the errno that says why there is nothing to connect to.
+    int connect(Bus& bus);
+    void disconnect();
+    bool isAlive() const { return m_state == State::alive; }
+    const std::string& busName() const { return m_lifecycle.instanceId; }
+
+    /// A request for the owner, null unless alive.
+    MessagePtr request(const char* member) const;
+    bool send(sd_bus_message* message) const { return m_bus->send(message); }
+
+    void onBusConnected() override {}
+    void onBusLost() override;
+    bool onSignal(sd_bus_message* signal) override;
+
+private:
+    enum class State
+    {
+        atRest,
+        seeking,
+        connecting,
+        alive
+    };
+
+    int onOwnerChanged(sd_bus_message* signal);
+    int onOwnerAnswer(sd_bus_message* answer);
+    int onConnectAnswer(sd_bus_message* answer);
+    void ownerIs(const std::string& owner);
+    void rest();
+    void die(DeathNotice::Reason reason, int origin);
+
+    const ServiceInfo& m_info;
+    const Lifecycle m_lifecycle;
+    const std::string m_objectPath;
+    const std::string m_replyInterface;
+    LifecycleListener& m_listener;
+    IReplyReceiver* m_receiver = nullptr;
+    Bus* m_bus = nullptr;
+    State m_state = State::atRest;
+    std::string m_owner; // unique name of the process that provides the service, empty while there is none
+    Slot m_ownerWatch;
+    Slot m_pendingCall;
+};
+
+} // namespace comm

@@ -1,0 +1,152 @@
+#include "servmngt/ServiceManager.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <pthread.h>
+#include <sys/signalfd.h>
+#include <systemd/sd-daemon.h>
+#include <systemd/sd-event.h>
+
+#include "comm/TestCommands.h"
+#include "ipl/ErrorStorage.h"
+
+namespace servmngt {
+namespace {
+
+bool g_testCommands = false;
+
+sigset_t ourSignals()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGUSR1);
+    return set;
+}
+
+bool has(int argc, char** argv, const char* option)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], option) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The loop of the service manager's library on the main thread.
+class Manager
+{
+public:
+    explicit Manager(Application& application) : m_application{application} {}
+    ~Manager() { sd_event_unref(m_event); }
+    Manager(const Manager&) = delete;
+    Manager& operator=(const Manager&) = delete;
+
+    // Returns 0 or a negative errno.
+    int prepare()
+    {
+        int error = sd_event_new(&m_event);
+        for (const int signal : {SIGTERM, SIGINT, SIGUSR1}) {
+            if (error >= 0) {
+                error = sd_event_add_signal(m_event, nullptr, signal, &Manager::onSignal, this);
+            }
+        }
+        if (error >= 0 && sd_watchdog_enabled(0, &m_watchdogMicroseconds) > 0) {
+            error = sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, 0, &Manager::onWatchdog, this);
+        }
+        return error;
+    }
+
+    int loop() { return sd_event_loop(m_event); }
+
+private:
+    static int onSignal(sd_event_source*, const signalfd_siginfo* info, void* userdata)
+    {
+        auto& self = *static_cast<Manager*>(userdata);
+        if (info->ssi_signo == SIGUSR1) {
+            self.m_application.requestPersistenceFlush();
+            return 0;
+        }
+        self.m_application.stopApplication();
+        return sd_event_exit(self.m_event, 0);
+    }
+
+    // Twice in the time that the service manager allows.
+    static int onWatchdog(sd_event_source* source, std::uint64_t, void* userdata)
+    {
+        auto& self = *static_cast<Manager*>(userdata);
+        self.m_application.watchdogAliveRequest();
+        sd_event_source_set_time_relative(source, self.m_watchdogMicroseconds / 2);
+        return sd_event_source_set_enabled(source, SD_EVENT_ONESHOT);
+    }
+
+    Application& m_application;
+    sd_event* m_event = nullptr;
+    std::uint64_t m_watchdogMicroseconds = 0;
+};
+
+} // namespace
+
+void init(int argc, char** argv)
+{
+    if (has(argc, argv, "--help")) {
+        std::printf(
+            "usage: %s [--test-commands]\n\n"
+            "  --test-commands  offer the test commands on the bus to root and the own user\n"
+            "  --version        print the version and exit\n\n"
+            "Environment: DBUS_SYSTEM_BUS_ADDRESS (the bus), TRACING (thresholds, such as CON_IDS_IDSM=0,*=1).\n"
+            "Signals: SIGTERM and SIGINT stop, SIGUSR1 asks for a persistence flush.\n",
+            argv[0]);
+        std::exit(0);
+    }
+    if (has(argc, argv, "--version")) {
+        std::printf("idsProc %s\n", IDS_VERSION);
+        std::exit(0);
+    }
+    g_testCommands = has(argc, argv, "--test-commands");
+    const auto signals = ourSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void offerTestCommands(const comm::FactoryPtr& factory)
+{
+    static std::unique_ptr<comm::TestCommands> offered;
+    if (g_testCommands) {
+        offered = std::make_unique<comm::TestCommands>(factory);
+    }
+}
+
+bool startApp(int argc, char** argv, Application& application, const char* processName, IApplicationInit* initIf)
+{
+    pthread_setname_np(pthread_self(), processName);
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--test-commands") != 0) {
+            ipl::ErrorStorage::set(EINVAL, "unknown argument \"%s\", see --help", argv[i]);
+            return true;
+        }
+    }
+    Manager manager{application};
+    if (const int error = manager.prepare(); error < 0) {
+        ipl::ErrorStorage::set(static_cast<std::uint32_t>(-error), "no event loop: %s", std::strerror(-error));
+        return true;
+    }
+    if (initIf->initApplication(0, 0, 0) != 0) {
+        ipl::ErrorStorage::set(ENOMEM, "%s could not be initialised", processName);
+        return true;
+    }
+    application.runApplication();
+    if (const int error = manager.loop(); error < 0) {
+        ipl::ErrorStorage::set(static_cast<std::uint32_t>(-error), "event loop: %s", std::strerror(-error));
+        return true;
+    }
+    return false;
+}
+
+} // namespace servmngt

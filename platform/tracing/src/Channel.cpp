@@ -1,0 +1,146 @@
+#include "tracing/Channel.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+
+namespace tracing {
+namespace {
+
+constinit Channel* g_first = nullptr;
+constinit std::array<std::atomic<ISink*>, sinkSlots> g_sinks{};
+
+struct Entry
+{
+    std::string_view name;
+    int threshold;
+};
+
+std::optional<Entry> parseEntry(std::string_view text)
+{
+    const auto equals = text.find('=');
+    if (equals == std::string_view::npos || equals == 0) {
+        return std::nullopt;
+    }
+    const auto number = text.substr(equals + 1);
+    int threshold = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), threshold);
+    if (error != std::errc{} || end != number.data() + number.size()) {
+        return std::nullopt;
+    }
+    return Entry{text.substr(0, equals), threshold};
+}
+
+// Calls visit with each comma-separated, non-empty part of the text.
+template <typename Visit>
+void forEachPart(std::string_view text, Visit visit)
+{
+    while (!text.empty()) {
+        const auto comma = std::min(text.find(','), text.size());
+        if (comma > 0) {
+            visit(text.substr(0, comma));
+        }
+        text.remove_prefix(std::min(comma + 1, text.size()));
+    }
+}
+
+int thresholdFor(std::string_view channel, const char* text, int otherwise)
+{
+    std::optional<int> own;
+    std::optional<int> all;
+    forEachPart(text != nullptr ? text : "", [&](std::string_view part) {
+        if (const auto entry = parseEntry(part)) {
+            if (entry->name == channel) {
+                own = entry->threshold;
+            } else if (entry->name == "*") {
+                all = entry->threshold;
+            }
+        }
+    });
+    return own.value_or(all.value_or(otherwise));
+}
+
+void reportBadEntries(const char* text)
+{
+    forEachPart(text != nullptr ? text : "", [](std::string_view part) {
+        if (!parseEntry(part)) {
+            std::fprintf(stderr, "TRACING: \"%.*s\" is not NAME=NUMBER and is skipped\n", static_cast<int>(part.size()),
+                         part.data());
+        }
+    });
+}
+
+Channel* enlist(Channel* channel)
+{
+    return std::exchange(g_first, channel);
+}
+
+} // namespace
+
+void setSink(SinkSlot slot, ISink* sink) noexcept
+{
+    g_sinks[slot].store(sink, std::memory_order_release);
+}
+
+Channel::Channel(const char* name, unsigned sinks, int threshold) noexcept
+    : m_name{name},
+      m_sinks{sinks},
+      m_defaultThreshold{threshold},
+      m_threshold{thresholdFor(name, std::getenv("TRACING"), threshold)},
+      m_next{enlist(this)}
+{
+    if (m_next == nullptr) {
+        setSink(standardError, &standardErrorSink());
+        reportBadEntries(std::getenv("TRACING"));
+    }
+}
+
+void Channel::write(Level level, const char* className, const char* operation, int line, const char* format,
+                    ...) const noexcept
+{
+    std::array<char, 1152> text;
+    const auto clamp = [&text](int length) {
+        return static_cast<std::size_t>(std::clamp(length, 0, static_cast<int>(text.size()) - 1));
+    };
+    auto used = clamp(className != nullptr
+                          ? std::snprintf(text.data(), text.size(), "%.32s::%.32s(%d): ", className, operation, line)
+                          : std::snprintf(text.data(), text.size(), "%.32s(%d): ", operation, line));
+    va_list args;
+    va_start(args, format);
+    const auto room = text.size() - used;
+    used = clamp(static_cast<int>(used) + std::max(std::vsnprintf(text.data() + used, room, format, args), 0));
+    va_end(args);
+
+    std::replace_if(
+        text.begin(), text.begin() + static_cast<std::ptrdiff_t>(used),
+        [](char byte) { return std::iscntrl(static_cast<unsigned char>(byte)) != 0; }, '?');
+
+    const Line out{m_name, level, {text.data(), used}};
+    for (unsigned slot = 0; slot < sinkSlots; ++slot) {
+        if (ISink* const sink = g_sinks[slot].load(std::memory_order_acquire);
+            sink != nullptr && (m_sinks & (1U << slot)) != 0) {
+            sink->write(out);
+        }
+    }
+}
+
+Channel* firstChannel() noexcept
+{
+    return g_first;
+}
+
+void setThresholds(const char* text) noexcept
+{
+    reportBadEntries(text);
+    for (auto* channel = firstChannel(); channel != nullptr; channel = channel->m_next) {
+        channel->setThreshold(thresholdFor(channel->m_name, text, channel->m_defaultThreshold));
+    }
+}
+
+} // namespace tracing

@@ -1,0 +1,63 @@
+#include "tracing/Channel.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace tracing {
+namespace {
+
+// Whether standard error is the stream that the service manager connected to the journal.
+bool leadsToJournal()
+{
+    const char* const stream = std::getenv("JOURNAL_STREAM");
+    struct stat status;
+    unsigned long device = 0;
+    unsigned long inode = 0;
+    return stream != nullptr && std::sscanf(stream, "%lu:%lu", &device, &inode) == 2 &&
+           fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
+}
+
+constexpr std::array<int, 6> kJournalPriority{7, 6, 5, 4, 3, 2}; // debug, info, notice, warning, err, crit
+
+class StandardErrorSink final : public ISink
+{
+public:
+    void write(const Line& line) noexcept override
+    {
+        std::array<char, 96> head;
+        const auto level = static_cast<unsigned>(line.level);
+        int length = 0;
+        if (m_journal) {
+            length = std::snprintf(head.data(), head.size(), "<%d>%s: ", kJournalPriority[level], line.channel);
+        } else {
+            timespec now;
+            clock_gettime(CLOCK_BOOTTIME, &now);
+            length = std::snprintf(head.data(), head.size(), "[%6ld.%06ld] %-20s %u ", now.tv_sec, now.tv_nsec / 1000,
+                                   line.channel, level);
+        }
+        char newline = '\n';
+        const std::array<iovec, 3> parts{{{head.data(), static_cast<std::size_t>(length)},
+                                          {const_cast<char*>(line.text.data()), line.text.size()},
+                                          {&newline, 1}}};
+        // A log that cannot be written has nowhere to complain to.
+        [[maybe_unused]] const auto written = writev(STDERR_FILENO, parts.data(), parts.size());
+    }
+
+private:
+    const bool m_journal = leadsToJournal();
+};
+
+} // namespace
+
+ISink& standardErrorSink() noexcept
+{
+    static StandardErrorSink sink;
+    return sink;
+}
+
+} // namespace tracing
