@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "ipl/GlobalErrorHandler.h"
+
+namespace common_ {
+
+/// Makes an object of the framework. While there is no memory for it, reports the place and message to the platform's
+/// out-of-memory handler and tries again; the arguments are not consumed before there is memory.
+template <typename T, typename... Args>
+std::unique_ptr<T> allocate(const ipl::GlobalErrorHandler::Place& place, const char* message, Args&&... args)
+{
+    while (true) {
+        if (auto* const object = new (std::nothrow) T(std::forward<Args>(args)...); object != nullptr) {
+            return std::unique_ptr<T>{object};
+        }
+        ipl::GlobalErrorHandler::doOutOfMem(place.file, place.line, place.function, message);
+    }
+}
+
+} // namespace common_

@@ -1,0 +1,122 @@
+#include "io_manager/CFdManager.h"
+
+#include <algorithm>
+#include <mutex>
+#include <new>
+#include <utility>
+
+namespace io_manager {
+
+bool CFdManager::addFileDescriptor(std::int32_t descriptor, std::function<void()> callback, EFdError& error)
+{
+    if (descriptor < 0) {
+        error = fdNegative;
+        return false;
+    }
+    const std::lock_guard lock{m_mutex};
+    error = fdSuccess;
+    if (find(descriptor) != m_entries.end()) {
+        return true;
+    }
+    try {
+        m_entries.push_back(std::make_shared<CFdInstance>(descriptor, std::move(callback)));
+    } catch (const std::bad_alloc&) {
+        error = fdNoEntry;
+        return false;
+    }
+    return true;
+}
+
+void CFdManager::removeFileDescriptor(std::int32_t descriptor)
+{
+    std::unique_lock lock{m_mutex};
+    const auto position = find(descriptor);
+    if (position == m_entries.end()) {
+        return;
+    }
+    const Entry removed = std::move(*position);
+    m_entries.erase(position);
+    if (m_runningThread != std::this_thread::get_id()) {
+        m_callbackEnded.wait(lock, [&] { return m_running != removed; });
+    }
+}
+
+bool CFdManager::wait(EFdError& error, int timeoutMs)
+{
+    if (m_passInProgress.exchange(true)) {
+        error = fdPassInProgress;
+        return false;
+    }
+    error = pass(timeoutMs);
+    m_passInProgress = false;
+    return error == fdSuccess;
+}
+
+EFdError CFdManager::pass(int timeoutMs)
+{
+    collectDescriptors(m_descriptors);
+    if (m_descriptors.empty()) {
+        return fdNothingToWaitOn;
+    }
+    m_pollSet.clear();
+    for (const auto descriptor : m_descriptors) {
+        m_pollSet.push_back({descriptor, POLLIN, 0});
+    }
+
+    const int ready = ::poll(m_pollSet.data(), m_pollSet.size(), timeoutMs);
+    if (ready == 0) {
+        onTimeout();
+    }
+    if (ready > 0) {
+        for (const auto& polled : m_pollSet) {
+            if (polled.revents != 0) {
+                onReadable(polled.fd);
+            }
+        }
+    }
+    return fdSuccess;
+}
+
+void CFdManager::collectDescriptors(std::vector<std::int32_t>& descriptors)
+{
+    const std::lock_guard lock{m_mutex};
+    descriptors.clear();
+    for (const auto& entry : m_entries) {
+        entry->setWatched();
+        descriptors.push_back(entry->descriptor());
+    }
+}
+
+void CFdManager::onReadable(std::int32_t descriptor)
+{
+    std::unique_lock lock{m_mutex};
+    const auto position = find(descriptor);
+    if (position == m_entries.end() || !(*position)->watched()) {
+        return;
+    }
+    m_running = *position;
+    m_runningThread = std::this_thread::get_id();
+    const auto* const running = m_running.get();
+    lock.unlock();
+    running->call();
+    lock.lock();
+    const auto ended = std::exchange(m_running, nullptr);
+    m_runningThread = {};
+    lock.unlock();
+    m_callbackEnded.notify_all();
+}
+
+void CFdManager::onTimeout()
+{
+    if (m_timeoutHandler) {
+        m_timeoutHandler();
+    }
+}
+
+std::vector<CFdManager::Entry>::iterator CFdManager::find(std::int32_t descriptor)
+{
+    return std::find_if(m_entries.begin(), m_entries.end(),
+                        [descriptor](const Entry& entry) { return entry->descriptor() == descriptor; });
+}
+
+} // namespace io_manager

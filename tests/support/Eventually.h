@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace test_support {
+
+/// Waits until the condition holds. Returns false when it does not in time.
+template <typename Condition>
+bool eventually(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds{20})
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds{2});
+    }
+    return true;
+}
+
+} // namespace test_support

@@ -1,0 +1,85 @@
+#include "NetworkNamespace.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <netinet/in.h>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <vector>
+
+namespace test_support {
+namespace {
+
+void becomeRoot(uid_t user, gid_t group)
+{
+    std::ofstream{"/proc/self/setgroups"} << "deny";
+    std::ofstream{"/proc/self/uid_map"} << "0 " << user << " 1";
+    std::ofstream{"/proc/self/gid_map"} << "0 " << group << " 1";
+}
+
+} // namespace
+
+NetworkNamespace::NetworkNamespace() : m_before{::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC)}
+{
+    if (!enter()) {
+        m_why = std::string{"no network namespace: "} + std::strerror(errno);
+    } else if (!run("ip link set lo up")) {
+        m_why = "no network namespace: the loopback cannot be set up (is iproute2 installed?)";
+    }
+}
+
+NetworkNamespace::~NetworkNamespace()
+{
+    if (m_before >= 0) {
+        if (::setns(m_before, CLONE_NEWNET) != 0) {
+            // As root of a user namespace: there is no way back, and the process stays where it is.
+        }
+        ::close(m_before);
+    }
+}
+
+bool NetworkNamespace::enter()
+{
+    if (::unshare(CLONE_NEWNET) == 0) {
+        return true;
+    }
+    const auto user = ::geteuid();
+    const auto group = ::getegid();
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        return false;
+    }
+    becomeRoot(user, group);
+    return true;
+}
+
+bool NetworkNamespace::run(const std::string& command) const
+{
+    return std::system(("PATH=$PATH:/usr/sbin:/sbin; " + command).c_str()) == 0;
+}
+
+void sendUdp(std::uint16_t port, std::size_t count, std::size_t payload)
+{
+    const int socket = ::socket(AF_INET6, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in6 destination{};
+    destination.sin6_family = AF_INET6;
+    destination.sin6_addr = in6addr_loopback;
+    destination.sin6_port = htons(port);
+    const std::vector<char> bytes(payload);
+    for (std::size_t sent = 0; sent < count; ++sent) {
+        if (::sendto(socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&destination),
+                     sizeof destination) < 0)
+        {
+            ::close(socket);
+            throw std::runtime_error{std::string{"sendUdp: "} + std::strerror(errno)};
+        }
+    }
+    ::close(socket);
+}
+
+} // namespace test_support

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace test_support {
+
+/// A network of its own, with only a loopback that is up, for the calling thread and the threads that it starts
+/// meanwhile. Destroying it leads the thread back; the network ends with its last socket. An ordinary user becomes root
+/// of a user namespace for it, which works only while the process has one thread and has no way back.
+class NetworkNamespace
+{
+public:
+    NetworkNamespace();
+    ~NetworkNamespace();
+    NetworkNamespace(const NetworkNamespace&) = delete;
+    NetworkNamespace& operator=(const NetworkNamespace&) = delete;
+
+    /// Whether the system permits it; if not, why says what it refused.
+    bool entered() const { return m_why.empty(); }
+    const std::string& why() const { return m_why; }
+
+    /// Runs a shell command in the network. Returns true when it exits with 0.
+    bool run(const std::string& command) const;
+
+private:
+    bool enter();
+
+    int m_before = -1;
+    std::string m_why;
+};
+
+/// Sends datagrams of the given payload size to a UDP port of the loopback. What a packet filter drops counts as sent.
+void sendUdp(std::uint16_t port, std::size_t count, std::size_t payload = 8);
+
+} // namespace test_support
