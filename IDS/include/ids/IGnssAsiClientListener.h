@@ -1,0 +1,18 @@
+#pragma once
+
+#include "asi/navigation/gnss/Position.h"
+#include "util/SharedPtr.h"
+
+namespace ids {
+
+/// Receives the positions of the navigation service, on the daemon's active object.
+class IGnssAsiClientListener
+{
+public:
+    virtual ~IGnssAsiClientListener() = default;
+
+    /// The position may be null; isValid is the service's own judgement of it.
+    virtual void updatePosition(const util::SharedPtr<asi::navigation::gnss::Position>& position, bool isValid) = 0;
+};
+
+} // namespace ids

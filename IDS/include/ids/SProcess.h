@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace ids {
+
+enum class EProcState : std::uint8_t
+{
+    START = 1,
+    STOP = 16
+};
+
+/// One process as it was sampled.
+struct SProcess
+{
+    double cpuUsage = 0;       ///< user-mode share of one CPU, percent
+    double systemCpuUsage = 0; ///< kernel-mode share of one CPU, percent
+    std::uint32_t id = 0;
+    std::string name{};
+    std::uint32_t ramUsage = 0; ///< resident set size in kB, the low 16 bits of it
+    EProcState state = EProcState::START;
+};
+
+} // namespace ids

@@ -1,0 +1,189 @@
+#include "CNfLogTask.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <utility>
+
+#include "NlHelpers.h"
+#include "SensorChannel.h"
+#include "ipl/ErrorStorage.h"
+
+namespace ids {
+namespace {
+
+constexpr auto kClass = "ids::CNfLogTask";
+
+constexpr std::size_t kDatagramBuffer = 8192;
+constexpr unsigned kMostInFlight = 64;
+/// Half a second of 100,000 drops per second: the kernel counts about 200 bytes for each, and grants twice the number.
+constexpr int kReceiveBuffer = 8 << 20;
+constexpr int kLossPollMs = 1000;
+constexpr int kRestMs = 10; // the kernel itself may hold a packet back for a second
+
+std::uint32_t wallClockSeconds()
+{
+    return static_cast<std::uint32_t>(std::time(nullptr));
+}
+
+} // namespace
+
+CNfLogTask::CNfLogTask(Deliver deliver)
+    : m_deliver{std::move(deliver)},
+      m_buffer(kDatagramBuffer),
+      m_exchange{[this](const NfLogRequest& request) { return send(request); }, wallClockSeconds, m_store},
+      m_inFlight{kMostInFlight},
+      m_wake{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)},
+      m_thread{"IdsNfLog", [this] { run(); }}
+{}
+
+CNfLogTask::~CNfLogTask()
+{
+    m_thread.requestStop();
+    m_inFlight.close();
+    ::eventfd_write(m_wake.get(), 1);
+    m_thread.join();
+}
+
+void CNfLogTask::start()
+{
+    if (!m_wake.valid()) { // a thread that nothing can wake is not started
+        TRACE(s_sensorChannel, resource, kClass, "Can't create wake descriptor!");
+        return;
+    }
+    if (m_thread.start()) {
+        TRACE(s_sensorChannel, resource, kClass, "Can't start netlink thread! (%s)", ipl::ErrorStorage::reason());
+        ipl::ErrorStorage::ack();
+    }
+}
+
+void CNfLogTask::run()
+{
+    m_socket.fd = IDS::NlHelpers::openSocket(AF_NETLINK, NETLINK_NETFILTER, SOCK_RAW);
+    if (m_socket.fd < 0) {
+        TRACE(s_sensorChannel, error, kClass, "Can't open socket! (errno: %s)", std::strerror(errno));
+        return;
+    }
+    TRACE(s_sensorChannel, progress, kClass, "Socket is open (fd: %d).", m_socket.fd);
+    prepareSocket();
+    watch();
+    IDS::NlHelpers::closeSocket(std::exchange(m_socket.fd, -1));
+}
+
+void CNfLogTask::prepareSocket() const
+{
+    // A receive never waits, even if what poll announced has gone: waiting is where the stop is noticed.
+    if (::fcntl(m_socket.fd, F_SETFL, O_NONBLOCK) < 0) {
+        TRACE(s_sensorChannel, error, kClass, "Can't make socket non-blocking! (errno: %s)", std::strerror(errno));
+    }
+    enlargeReceiveBuffer();
+}
+
+void CNfLogTask::enlargeReceiveBuffer() const
+{
+    if (::setsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) < 0) {
+        ::setsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+    }
+    int granted = 0;
+    socklen_t length = sizeof granted;
+    ::getsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUF, &granted, &length);
+    TRACE(s_sensorChannel, progress, kClass, "Receive buffer: %d bytes.", granted);
+}
+
+void CNfLogTask::watch()
+{
+    TRACE(s_sensorChannel, progress, kClass, "NFLOG group count: %zu", kBoundGroups.size());
+    io_manager::CFdManager watcher;
+    io_manager::EFdError error;
+    if (!watcher.addFileDescriptor(
+            m_socket.fd, [this] { onReadable(); }, error) ||
+        !watcher.addFileDescriptor(
+            m_wake.get(), [] {}, error))
+    {
+        TRACE(s_sensorChannel, error, kClass, "Can't add file descriptor! (error: %u)", static_cast<unsigned>(error));
+    }
+    if (m_exchange.begin()) {
+        loop(watcher);
+    }
+}
+
+void CNfLogTask::loop(io_manager::CFdManager& watcher)
+{
+    while (pass(watcher, lossesWait() ? kLossPollMs : -1)) {
+        while (m_datagramRead && pass(watcher, 0)) {
+        }
+        reportLosses();
+        rest();
+    }
+}
+
+bool CNfLogTask::pass(io_manager::CFdManager& watcher, int timeoutMs)
+{
+    if (m_thread.stopRequested()) {
+        return false;
+    }
+    m_datagramRead = false;
+    io_manager::EFdError error;
+    if (!watcher.wait(error, timeoutMs)) {
+        TRACE(s_sensorChannel, error, kClass, "Can't monitor file descriptor! (error: %u)",
+              static_cast<unsigned>(error));
+        return false;
+    }
+    return true;
+}
+
+// Under a flood, waking for each datagram costs more than reading it, here and on the active object.
+void CNfLogTask::rest() const
+{
+    pollfd wake{m_wake.get(), POLLIN, 0};
+    ::poll(&wake, 1, kRestMs);
+}
+
+bool CNfLogTask::lossesWait() const
+{
+    return m_overruns.waiting() || m_cuts.waiting();
+}
+
+void CNfLogTask::reportLosses()
+{
+    if (lossesWait()) {
+        const auto now = CLossReport::Clock::now();
+        m_overruns.report(now);
+        m_cuts.report(now);
+    }
+}
+
+void CNfLogTask::onReadable()
+{
+    m_datagramRead = true;
+    const auto received = IDS::NlHelpers::recvFrom(m_buffer, m_socket, 0);
+    if (received < 0 && errno == ENOBUFS) {
+        m_overruns.count(CLossReport::Clock::now());
+    }
+    auto datagram = m_exchange.onReceived(m_buffer, received);
+    if (datagram.cut) {
+        m_cuts.count(CLossReport::Clock::now());
+    }
+    if (m_inFlight.enter()) {
+        m_deliver(std::move(datagram.packets));
+    }
+}
+
+bool CNfLogTask::send(const NfLogRequest& request) const
+{
+    if (::sendto(m_socket.fd, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&m_socket.addr),
+                 sizeof m_socket.addr) < 0)
+    {
+        const auto reason = errno;
+        TRACE(s_sensorChannel, error, kClass, "sendto error! (errno: %s)", std::strerror(reason));
+        errno = reason;
+        return false;
+    }
+    return true;
+}
+
+} // namespace ids
