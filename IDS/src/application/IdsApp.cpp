@@ -1,0 +1,95 @@
+#include "IdsApp.h"
+
+#include <new>
+#include <utility>
+
+#include "CIdsManager.h"
+#include "tracing/Channel.h"
+
+namespace ids {
+namespace {
+
+constexpr char kLabel[] = "IdsApp";
+
+tracing::Channel s_channel{"CON_IDS_APP", 7, 2};
+
+// Null when there is no memory for the manager or for what it is made of.
+std::unique_ptr<CIdsManager> createManager(const comm::FactoryPtr& factory)
+{
+    try {
+        return std::unique_ptr<CIdsManager>{new (std::nothrow) CIdsManager{factory}};
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+} // namespace
+
+using servmngt::AppState;
+
+IdsApp::IdsApp(comm::FactoryPtr factory) : m_factory{std::move(factory)} {}
+
+IdsApp::~IdsApp()
+{
+    destroyManager();
+}
+
+std::uint32_t IdsApp::initApplication(std::uint32_t systemRunMode, std::uint32_t appRunMode,
+                                      std::uint32_t persistenceAccessMode)
+{
+    TRACE(s_channel, progress, kLabel,
+          "initApplication with system run mode: %08Xh, app run mode: %08Xh and persistence access mode: %08Xh",
+          systemRunMode, appRunMode, persistenceAccessMode);
+    setAppState(AppState::initialising);
+    destroyManager();
+    m_manager = createManager(m_factory);
+    if (!m_manager) {
+        TRACE(s_channel, error, kLabel, "Can't create IDS manager!");
+        setAppState(AppState::initFailed);
+        return 1;
+    }
+    setAppState(AppState::initialised);
+    return 0;
+}
+
+void IdsApp::runApplication()
+{
+    TRACE(s_channel, milestone, kLabel, "starting procedure...");
+    if (m_manager) {
+        m_manager->start();
+    }
+    setAppState(AppState::running);
+}
+
+void IdsApp::stopApplication()
+{
+    TRACE(s_channel, milestone, kLabel, "stopping procedure...");
+    setAppState(AppState::stopping);
+    if (m_manager) {
+        m_manager->stopClients();
+        m_manager->stopServices();
+    }
+    setAppState(AppState::stopped);
+}
+
+void IdsApp::watchdogAliveRequest()
+{
+    TRACE(s_channel, progress, kLabel, "Watchdog request");
+    sendWatchdogAliveMsg();
+}
+
+void IdsApp::requestPersistenceFlush()
+{
+    TRACE(s_channel, milestone, kLabel, "Flush persistence");
+    persistenceFlushAck();
+}
+
+// The components go on the thread that they run on, so that none of them is met half destroyed by its own work.
+void IdsApp::destroyManager()
+{
+    if (!comm::runAndWait(m_factory->getActiveObject({}), [this] { m_manager.reset(); })) {
+        m_manager.reset();
+    }
+}
+
+} // namespace ids

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "asi/connectivity/idscore/IdsSecurityEvents.h"
+#include "event_decoder.h"
+
+namespace core_monitor {
+
+/// An event as it arrived, what its bytes say and what is odd about them. Any payload will do, none too. The blocks lie
+/// in the payload, which stays as it is.
+struct ReceivedEvent
+{
+    ReceivedEvent(util::SharedPtr<asi::connectivity::idscore::SecEvent> received, bool isValid);
+
+    /// Of the record type; "-" when there is none, or "unknown" when the ID is not known either.
+    std::string_view name() const;
+
+    /// All notes in one line, empty when there is nothing odd.
+    std::string note() const;
+
+    util::SharedPtr<asi::connectivity::idscore::SecEvent> payload; ///< may be null
+    std::span<const std::uint8_t> frameBytes;
+    std::span<const std::uint8_t> timestampBytes;
+    std::span<const std::uint8_t> contextBytes;
+    std::optional<ids::SFrameHeader> frame;      ///< nothing when there are fewer than 8 bytes
+    std::optional<ids::STimestamp> timestamp;    ///< nothing when there are fewer than 8 bytes
+    ids::event_decoder::SDecodedContext context; ///< by the payload's event ID
+    bool isRaw = false; ///< not as the daemon frames its own events, so it must be another domain's
+    std::vector<std::string> notes;
+};
+
+} // namespace core_monitor
