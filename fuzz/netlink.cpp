@@ -1,0 +1,33 @@
+// The walk over netlink messages and the sorting of answers, in the two ways in which the daemon does it.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#include "NlHelpers.h"
+#include "io_manager/NetlinkWalk.h"
+#include "io_manager/NlCheck.h"
+#include "tracing/Channel.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    tracing::setSink(tracing::standardError, nullptr);
+
+    std::size_t messages = 0;
+    const auto end = io_manager::forEachMessage({data, size}, [&](std::span<const std::uint8_t> message) {
+        ++messages;
+        io_manager::forEachAttribute(message.subspan(sizeof(nlmsghdr)), [](std::uint16_t, auto payload) {
+            static_cast<void>(std::count(payload.begin(), payload.end(), 0));
+        });
+    });
+    std::vector<std::uint8_t> buffer{data, data + size};
+    const auto headers = IDS::NlHelpers::getNlMsgHdrs(buffer, size);
+    const auto check = common_::checkMessages(buffer, 1, 0);
+    const auto sorted = check.responses.size() + check.unsolicited.size() + (check.end != nullptr ? 1 : 0);
+    if (end > size || headers.size() != messages || sorted > messages) {
+        std::abort();
+    }
+    return 0;
+}

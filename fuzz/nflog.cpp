@@ -1,0 +1,30 @@
+// A datagram of logged packets, and the exchange that leads to it.
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "CNfLogExchange.h"
+#include "NfLogDatagram.h"
+#include "tracing/Channel.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    tracing::setSink(tracing::standardError, nullptr);
+
+    ids::CRecordStore store;
+    std::vector<std::uint8_t> buffer{data, data + size};
+    const auto datagram = ids::parseNfLogDatagram(buffer, size, store);
+    for (const auto& packet : datagram.packets) {
+        if (packet->sourceAddress.size() != 16 || packet->sourcePort > 0xFFFF) {
+            std::abort();
+        }
+    }
+
+    ids::CNfLogExchange exchange{[](const ids::NfLogRequest&) { return true; }, [] { return 1U; }, store};
+    exchange.begin();
+    for (int round = 0; round < 6; ++round) {
+        exchange.onReceived(buffer, static_cast<std::int64_t>(size));
+    }
+    return 0;
+}
