@@ -1,0 +1,54 @@
+# shellcheck shell=bash
+# Sourced by the commands: what the system needs on Debian 12, and how it is built.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+
+# The compiler and the libraries, then what tests and demo start: a bus and its tools, a network, the packet filter.
+# shellcheck disable=SC2034
+packages=(cmake ninja-build g++ pkg-config libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+    nlohmann-json3-dev dbus-daemon dbus-bin systemd iproute2 nftables util-linux)
+
+# What to start the build and its programs with.
+launcher=()
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+# missing <package>...: those that are not installed, one a line.
+missing() {
+    local installed
+    installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null |
+        sed -n 's/^installed //p') || true
+    printf '%s\n' "$@" | grep -vxF -e "$installed" || true
+}
+
+# need <package>...: installs what is missing, or says how to.
+need() {
+    local absent
+    if ! command -v dpkg-query >/dev/null; then
+        echo "Not a Debian system; this must be there in some form: $*" >&2
+        return
+    fi
+    mapfile -t absent < <(missing "$@")
+    if ((${#absent[@]} == 0)); then
+        return
+    fi
+    if ((EUID != 0)); then
+        fail "Missing packages. As root: apt-get update && apt-get install -y --no-install-recommends ${absent[*]}"
+    fi
+    echo "Installing ${absent[*]}" >&2
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get update -qq </dev/null
+    apt-get install -y -qq --no-install-recommends "${absent[@]}" </dev/null >/dev/null
+}
+
+# build <preset> [<target>...]: configures and builds the targets, or everything.
+build() {
+    local preset=$1
+    shift
+    cd "$root" || return
+    cmake --preset "$preset" --log-level=WARNING >/dev/null
+    "${launcher[@]}" cmake --build --preset "$preset" ${1+--target "$@"}
+}
