@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <new>
 
@@ -13,16 +14,19 @@ namespace {
 comm::FactoryPtr createFactory()
 {
     using Factory = comm::SingleThreadedActiveObjectFactory<comm::ActiveObject>;
-    Factory* factory = nullptr;
-    while ((factory = new (std::nothrow) Factory{"IdsApp"}) == nullptr) {
+    while (true) {
+        try {
+            if (auto* const factory = new (std::nothrow) Factory{"IdsApp"}; factory != nullptr) {
+                return comm::FactoryPtr{factory};
+            }
+        } catch (const std::bad_alloc&) {
+            // What the factory is made of lacked memory: the same case.
+        }
         ipl::GlobalErrorHandler::doOutOfMem("IDS/src/main", 63, "main", "couldn't create pAoFactory");
     }
-    return comm::FactoryPtr{factory};
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+[[noreturn]] void run(int argc, char** argv)
 {
     const ipl::ErrorStorage errorStorage{&ipl::ErrorStorage::action_dump_to_stdout};
     servmngt::init(argc, argv);
@@ -37,4 +41,16 @@ int main(int argc, char** argv)
     }
     // No static destructor may run while the other threads do.
     std::quick_exit(0);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "idsProc cannot start: " << error.what() << std::endl;
+        std::quick_exit(1);
+    }
 }

@@ -70,7 +70,7 @@ void IoManRunner::kick()
         std::array<char, 128> message;
         std::snprintf(message.data(), message.size(), "kickin pipe failed %d %d (%s)", m_kick.get(), written,
                       std::strerror(errno));
-        ipl::GlobalErrorHandler::doFatalAssert("written == 0", "io_manager/src/IoManRunner.cpp", __LINE__, __func__,
+        ipl::GlobalErrorHandler::doFatalAssert("written == 0", "io_manager/util/IoManRunner", __LINE__, __func__,
                                                message.data());
     }
 }
@@ -92,7 +92,7 @@ void IoManRunner::run()
     while (!m_thread.stopRequested()) {
         EFdError error;
         if (!m_manager->wait(error, m_timeoutMs)) {
-            TRACE(s_channel, error, kClass, "fd watch broken (%u)", static_cast<unsigned>(error));
+            TRACE(s_channel, error, kClass, "fd watch broken (%d)", static_cast<int>(error));
             m_thread.requestStop();
         }
         TRACE(s_channel, detail, kClass, "loop");

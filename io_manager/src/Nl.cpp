@@ -58,15 +58,21 @@ void Nl::bind(std::uint32_t groups)
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = groups;
-    socklen_t length = sizeof address;
-    if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), length) < 0 ||
-        ::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length) < 0)
-    {
+    if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+        // Without its groups; the first request gives the socket a port all the same.
         TRACE(s_channel, resource, kClass, "Cannot talk to rtnetlink (%s)", std::strerror(errno));
-        m_socket.reset();
         return;
     }
-    m_port = address.nl_pid;
+    learnPort();
+}
+
+void Nl::learnPort()
+{
+    sockaddr_nl address{};
+    socklen_t length = sizeof address;
+    if (::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        m_port = address.nl_pid;
+    }
 }
 
 void Nl::watch()
@@ -113,6 +119,9 @@ std::uint32_t Nl::sendRequest(const std::string& name, std::uint16_t type, std::
         TRACE(s_channel, error, kClass, "Cannot send request (%s)", std::strerror(errno));
         m_sequences.erase(name);
         return 0;
+    }
+    if (m_port == 0) {
+        learnPort();
     }
     return sequence;
 }
@@ -168,7 +177,7 @@ void Nl::receive(std::size_t length)
         TRACE(s_channel, error, kClass, "size mismatch");
         return;
     }
-    TRACE(s_channel, detail, kClass, "recv'd len: %zd, expecting %u", received, datagram.expected);
+    TRACE(s_channel, detail, kClass, "recv'd len: %zd, expecting %d", received, static_cast<int>(datagram.expected));
     datagram.bytes.resize(static_cast<std::size_t>(received));
     if (m_inFlight.enter()) {
         m_received.schedule(std::move(datagram));
@@ -182,7 +191,7 @@ void Nl::deliver(SDatagram datagram)
     TRACE(s_channel, detail, kClass, "chk: %d, #resp: %zu, #urc: %zu", check.result, check.responses.size(),
           check.unsolicited.size());
     if (check.result < 0) {
-        TRACE(s_channel, error, kClass, "error %d on expected=%u", check.result, datagram.expected);
+        TRACE(s_channel, error, kClass, "error %d on expected=%d", check.result, static_cast<int>(datagram.expected));
     }
     for (const auto* const response : check.responses) {
         notify(&INlEvent::nl_cmd_result, datagram.expected, 0, *response);

@@ -17,14 +17,11 @@ void checkError(SNlCheck& check, std::span<const std::uint8_t> message, const nl
 {
     if (message.size() < NLMSG_HDRLEN + sizeof(nlmsgerr)) {
         TRACE(s_channel, error, kClass, "truncated");
-        check.result = -1;
-        check.end = header;
         return;
     }
     const auto error = io_manager::load<nlmsgerr>(message.subspan(NLMSG_HDRLEN));
     if (error.error == 0) {
-        TRACE(s_channel, detail, kClass, "ACKed %u", header->nlmsg_seq);
-        check.responses.push_back(header);
+        TRACE(s_channel, detail, kClass, "ACKed %d", static_cast<int>(header->nlmsg_seq));
         return;
     }
     errno = static_cast<int>(-static_cast<std::int64_t>(error.error));
@@ -37,7 +34,7 @@ void sort(SNlCheck& check, std::span<const std::uint8_t> message, std::uint32_t 
 {
     const auto* const header = reinterpret_cast<const nlmsghdr*>(message.data());
     if (expected == 0 || header->nlmsg_seq != expected || header->nlmsg_pid != port) {
-        TRACE(s_channel, detail, kClass, "unsolicited seq=%u", header->nlmsg_seq);
+        TRACE(s_channel, detail, kClass, "unsolicited seq=%d", static_cast<int>(header->nlmsg_seq));
         check.unsolicited.push_back(header);
         return;
     }

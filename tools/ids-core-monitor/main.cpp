@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -9,7 +10,9 @@
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
+#include <stdexcept>
 #include <sys/signalfd.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "CoreConnection.h"
@@ -49,7 +52,11 @@ int openSignals()
     }
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
-    return signalfd(-1, &set, SFD_CLOEXEC);
+    const int descriptor = signalfd(-1, &set, SFD_CLOEXEC);
+    if (descriptor < 0) {
+        throw std::system_error{errno, std::generic_category(), "signalfd"};
+    }
+    return descriptor;
 }
 
 Monitor::Format formatFor(const Options& options)
@@ -119,11 +126,14 @@ int run(const Options& options, int signals)
     const auto activeObject = factory->getActiveObject({});
     std::optional<common_::SynchronizedTimerFactory> timers;
     std::optional<CoreConnection> connection;
-    comm::runAndWait(activeObject, [&] {
+    const bool begun = comm::runAndWait(activeObject, [&] {
         timers.emplace(factory);
         connection.emplace(factory, *timers, monitor);
         connection->begin();
     });
+    if (!begun) {
+        throw std::runtime_error{"cannot begin, see above"};
+    }
     watch(options, signals, tally, ending);
     comm::runAndWait(activeObject, [&] {
         connection.reset();

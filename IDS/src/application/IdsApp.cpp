@@ -1,5 +1,6 @@
 #include "IdsApp.h"
 
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -13,12 +14,12 @@ constexpr char kLabel[] = "IdsApp";
 
 tracing::Channel s_channel{"CON_IDS_APP", 7, 2};
 
-// Null when there is no memory for the manager or for what it is made of.
+// Null when there is no memory for the manager, or no thread or descriptor for what it is made of.
 std::unique_ptr<CIdsManager> createManager(const comm::FactoryPtr& factory)
 {
     try {
         return std::unique_ptr<CIdsManager>{new (std::nothrow) CIdsManager{factory}};
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return nullptr;
     }
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <new>
+#include <span>
 
 #include "ids/SEvent.h"
 #include "tracing/Channel.h"
@@ -20,9 +21,11 @@ tracing::Channel s_channel{"CON_IDS_CORE", 7, 2};
 using asi::connectivity::idscore::SecEvent;
 using Payload = std::shared_ptr<SecEvent>;
 
-// A payload whose three arrays are there and empty; null when there is no memory for it.
-Payload createPayload()
-{
+using Bytes = std::span<const std::uint8_t>;
+
+// Null when there is no memory for the payload, its arrays or their contents.
+Payload createPayload(Bytes eventFrame, Bytes timestamp, Bytes contextData, std::uint16_t eventId)
+try {
     Payload payload{new (std::nothrow) SecEvent};
     if (!payload) {
         return nullptr;
@@ -30,7 +33,16 @@ Payload createPayload()
     payload->contextData = CITypesFactory::createUInt8Array(0);
     payload->eventFrame = CITypesFactory::createUInt8Array(0);
     payload->timestamp = CITypesFactory::createUInt8Array(0);
-    return payload->contextData && payload->eventFrame && payload->timestamp ? payload : nullptr;
+    if (!payload->contextData || !payload->eventFrame || !payload->timestamp) {
+        return nullptr;
+    }
+    payload->eventFrame->assign(eventFrame.begin(), eventFrame.end());
+    payload->timestamp->assign(timestamp.begin(), timestamp.end());
+    payload->contextData->assign(contextData.begin(), contextData.end());
+    payload->eventId = eventId;
+    return payload;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 } // namespace
@@ -41,7 +53,7 @@ CIdsCore::CIdsCore(IIdsCoreAsiService& service, common_::ISynchronizedTimerFacto
 
 void CIdsCore::onIdsCoreConnected()
 {
-    if (m_connectTimer) {
+    if (m_connectTimer && m_connectTimer->isRunning()) {
         m_connectTimer->stop();
     }
     TRACE(s_channel, milestone, kLabel, "IDS Core connected.");
@@ -61,14 +73,7 @@ bool CIdsCore::isConnected() const
 bool CIdsCore::sendEvent(const SEvent& event)
 {
     TRACE(s_channel, detail, kLabel, "Send event (ID: 0x%X).", event.eventId);
-    const auto payload = createPayload();
-    if (payload) {
-        *payload->eventFrame = event.eventFrame;
-        *payload->timestamp = event.timestamp;
-        *payload->contextData = event.contextData;
-        payload->eventId = event.eventId;
-    }
-    return m_service.sendEvent(payload);
+    return m_service.sendEvent(createPayload(event.eventFrame, event.timestamp, event.contextData, event.eventId));
 }
 
 bool CIdsCore::sendEvent(const std::vector<std::uint8_t>& raw)
@@ -77,16 +82,10 @@ bool CIdsCore::sendEvent(const std::vector<std::uint8_t>& raw)
         TRACE(s_channel, warning, kLabel, "Raw event of %zu bytes is too short.", raw.size());
         return false;
     }
-    const auto payload = createPayload();
-    if (payload) {
-        const auto timestamp = raw.begin() + kFrameSize;
-        const auto contextData = raw.begin() + kHeadSize;
-        payload->eventFrame->assign(raw.begin(), timestamp);
-        payload->timestamp->assign(timestamp, contextData);
-        payload->contextData->assign(contextData, raw.end());
-        payload->eventId = static_cast<std::uint16_t>(raw[3] << 8 | raw[4]);
-    }
-    return m_service.sendEvent(payload);
+    const Bytes bytes{raw};
+    const auto eventId = static_cast<std::uint16_t>(raw[3] << 8 | raw[4]);
+    return m_service.sendEvent(createPayload(bytes.first(kFrameSize), bytes.subspan(kFrameSize, kHeadSize - kFrameSize),
+                                             bytes.subspan(kHeadSize), eventId));
 }
 
 bool CIdsCore::sendEvents(const util::SharedPtr<SecurityEvents>& events)
@@ -96,16 +95,9 @@ bool CIdsCore::sendEvents(const util::SharedPtr<SecurityEvents>& events)
         if (!record) {
             return false;
         }
-        auto payload = createPayload();
-        if (!record->eventFrame || !record->timestamp || !record->contextData) {
-            payload = nullptr;
-        }
-        if (payload) {
-            *payload->eventFrame = *record->eventFrame;
-            *payload->timestamp = *record->timestamp;
-            *payload->contextData = *record->contextData;
-        }
-        sent = m_service.sendEvent(payload);
+        const bool whole = record->eventFrame && record->timestamp && record->contextData;
+        sent = m_service.sendEvent(
+            whole ? createPayload(*record->eventFrame, *record->timestamp, *record->contextData, 0) : nullptr);
     }
     return sent;
 }

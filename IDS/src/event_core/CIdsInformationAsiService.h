@@ -8,7 +8,7 @@ namespace ids {
 
 /// Holds "asi.connectivity.ids.IdsService" with its attribute FirewallDropPacketInfo. Every update goes to each client
 /// that asked for updates; without clients it is only kept. Updated on the active object.
-class CIdsInformationAsiService final : public asi::connectivity::ids::IdsServiceSAttr, public IIdsInformationAsiService
+class CIdsInformationAsiService : public asi::connectivity::ids::IdsServiceSAttr, public IIdsInformationAsiService
 {
 public:
     explicit CIdsInformationAsiService(comm::FactoryPtr factory);

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 
 #include "CGnssManager.h"
+#include "KnownEvents.h"
 #include "STimestamp.h"
 #include "bootTime.h"
 #include "event_factory.h"
@@ -28,6 +30,9 @@ tracing::Channel s_channel{"CON_IDS_IDSM", 7, 2};
 CIdsm::CIdsm(IIdsCore& core, common_::ISynchronizedTimerFactory& timers)
     : m_core{core}, m_tick{timers.createTimer(kTick, [this](void*) { onTick(); })}, m_testCommands{kLabel}
 {
+    // Room for what there can be, so that a lack of memory later neither loses an event nor stops the tick.
+    m_pending.reserve(kMaxPending);
+    m_eventRates.reserve(std::size(kKnownEvents));
     if (m_tick) {
         m_tick->start();
     }
@@ -63,7 +68,8 @@ void CIdsm::count(std::uint16_t eventId)
         m_eventRates.push_back({1, eventId});
     }
     if (!before && inLimpMode(eventId)) {
-        TRACE(s_channel, warning, kLabel, "Entered limp mode (Reason: event 0x%X).", eventId);
+        TRACE_AT(s_channel, warning, kLabel, "reportEvent", __LINE__, "Entered limp mode (Reason: event 0x%X).",
+                 eventId);
     }
 }
 
@@ -84,7 +90,7 @@ bool CIdsm::sendNow(const SEvent& event)
 {
     const auto gnssTime = CGnssManager::getInstance()->getGnssTime();
     if (gnssTime <= kLastInvalidTime) {
-        TRACE(s_channel, detail, kLabel, "Timestamp is invalid!");
+        TRACE_AT(s_channel, detail, kLabel, "reportEvent", __LINE__, "Timestamp is invalid!");
         return false;
     }
     restampPending(gnssTime);

@@ -47,21 +47,16 @@ void CFirewall::startStatisticsTimer()
 void CFirewall::takeBatch(DroppedPackets packets)
 {
     m_task.taken();
-    reportBatch(packets);
-    m_task.recycle(std::move(packets));
+    onDroppedPackets(std::move(packets));
 }
 
 void CFirewall::onDroppedPackets(DroppedPackets packets)
-{
-    reportBatch(packets);
-}
-
-void CFirewall::reportBatch(const DroppedPackets& packets)
 {
     m_dropCount += static_cast<std::uint32_t>(packets.size());
     for (const auto& record : packets) {
         reportPacket(*record);
     }
+    m_task.recycle(std::move(packets));
 }
 
 void CFirewall::reportPacket(const SFirewallStatistics& record)
@@ -122,11 +117,11 @@ void CFirewall::publish(FirewallDropType type, const SFirewallStatistics& record
 void CFirewall::onTimerExpired()
 {
     TRACE(s_sensorChannel, progress, kClass, "Timer expired. Drop packet count: %u", m_dropCount);
+    const auto packets = static_cast<std::uint16_t>(std::exchange(m_dropCount, 0U));
+    startStatisticsTimer(); // first: a report that lacks memory is not the last one
     SFirewallStatistics record;
-    record.packetCount = static_cast<std::uint16_t>(m_dropCount);
+    record.packetCount = packets;
     report<SEvent_Firewall_Statistics>(record);
-    m_dropCount = 0;
-    startStatisticsTimer();
 }
 
 } // namespace ids

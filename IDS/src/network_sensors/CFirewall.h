@@ -40,7 +40,6 @@ private:
     };
 
     void takeBatch(DroppedPackets packets);
-    void reportBatch(const DroppedPackets& packets);
     void onTimerExpired();
     void startStatisticsTimer();
     void reportPacket(const SFirewallStatistics& record);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <new>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -114,7 +115,10 @@ void CNfLogTask::watch()
 void CNfLogTask::loop(io_manager::CFdManager& watcher)
 {
     while (pass(watcher, lossesWait() ? kLossPollMs : -1)) {
-        while (m_datagramRead && pass(watcher, 0)) {
+        while (m_datagramRead) {
+            if (!pass(watcher, 0)) {
+                return;
+            }
         }
         reportLosses();
         rest();
@@ -145,7 +149,7 @@ void CNfLogTask::rest() const
 
 bool CNfLogTask::lossesWait() const
 {
-    return m_overruns.waiting() || m_cuts.waiting();
+    return m_overruns.waiting() || m_cuts.waiting() || m_shortages.waiting();
 }
 
 void CNfLogTask::reportLosses()
@@ -154,13 +158,23 @@ void CNfLogTask::reportLosses()
         const auto now = CLossReport::Clock::now();
         m_overruns.report(now);
         m_cuts.report(now);
+        m_shortages.report(now);
     }
 }
 
 void CNfLogTask::onReadable()
 {
-    m_datagramRead = true;
+    try {
+        takeDatagram();
+    } catch (const std::bad_alloc&) {
+        m_shortages.count(CLossReport::Clock::now());
+    }
+}
+
+void CNfLogTask::takeDatagram()
+{
     const auto received = IDS::NlHelpers::recvFrom(m_buffer, m_socket, 0);
+    m_datagramRead = received >= 0 || errno == ENOBUFS;
     if (received < 0 && errno == ENOBUFS) {
         m_overruns.count(CLossReport::Clock::now());
     }

@@ -52,6 +52,7 @@ private:
     bool lossesWait() const;
     void reportLosses();
     void onReadable();
+    void takeDatagram();
     bool send(const NfLogRequest& request) const;
 
     const Deliver m_deliver;
@@ -62,6 +63,7 @@ private:
     bool m_datagramRead = false;
     CLossReport m_overruns{"receive buffer overrun"};
     CLossReport m_cuts{"datagram cut or malformed"};
+    CLossReport m_shortages{"out of memory"};
     io_manager::InFlightLimit m_inFlight;
     const io_manager::UniqueFd m_wake;
     util::Thread m_thread;

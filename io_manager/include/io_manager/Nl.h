@@ -52,6 +52,7 @@ private:
 
     void open(int protocol, std::uint32_t groups);
     void bind(std::uint32_t groups);
+    void learnPort();
     void watch();
     void read();
     ssize_t peekLength() const;

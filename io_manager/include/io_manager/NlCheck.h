@@ -11,7 +11,7 @@ namespace common_ {
 struct SNlCheck
 {
     std::int32_t result = 0;                ///< 0 so far good, 1 end of a dump, -1 the request failed
-    std::vector<const nlmsghdr*> responses; ///< the answers, an acknowledgement among them
+    std::vector<const nlmsghdr*> responses; ///< the answers; an acknowledgement is none
     const nlmsghdr* end = nullptr;          ///< the message that made the result 1 or -1
     std::vector<const nlmsghdr*> unsolicited;
 };

@@ -1,8 +1,9 @@
 #include "Bus.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <exception>
 #include <system_error>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
@@ -29,8 +30,29 @@ void MessageDeleter::operator()(sd_bus_message* message) const
     sd_bus_message_unref(message);
 }
 
+int guarded(const std::function<int()>& body) noexcept
+{
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        TRACE(s_channel, resource, kLabel, "a callback of the bus threw: %s", error.what());
+    } catch (...) {
+        TRACE(s_channel, resource, kLabel, "a callback of the bus threw something unknown");
+    }
+    return -ENOMEM;
+}
+
+// The timer is had now: when the bus dies for want of descriptors, it must not be missing.
 Bus::Bus(sd_event* event) : m_event{event}
 {
+    int error = sd_event_add_time_relative(m_event, &m_retry, CLOCK_MONOTONIC, 0, 0, &Bus::onRetry, this);
+    if (error >= 0) {
+        error = sd_event_source_set_enabled(m_retry, SD_EVENT_OFF);
+    }
+    if (error < 0) {
+        sd_event_source_unref(m_retry);
+        throw std::system_error{-error, std::generic_category(), "sd_event_add_time_relative"};
+    }
     open();
 }
 
@@ -112,7 +134,7 @@ int Bus::connect()
     }
     sd_bus_set_exit_on_disconnect(m_bus, 0);
     const auto filter = [](sd_bus_message* message, void* userdata, sd_bus_error*) {
-        return static_cast<Bus*>(userdata)->handle(message);
+        return guarded([=] { return static_cast<Bus*>(userdata)->handle(message); });
     };
     error = sd_bus_add_filter(m_bus, nullptr, filter, this);
     return error < 0 ? error : sd_bus_attach_event(m_bus, m_event, SD_EVENT_PRIORITY_NORMAL);
@@ -157,20 +179,18 @@ void Bus::lose()
 
 void Bus::retryLater()
 {
-    if (m_retry == nullptr) {
-        sd_event_add_time_relative(m_event, &m_retry, CLOCK_MONOTONIC, kRetryMicroseconds, 0, &Bus::onRetry, this);
-    } else {
-        sd_event_source_set_time_relative(m_retry, kRetryMicroseconds);
-        sd_event_source_set_enabled(m_retry, SD_EVENT_ONESHOT);
-    }
+    sd_event_source_set_time_relative(m_retry, kRetryMicroseconds);
+    sd_event_source_set_enabled(m_retry, SD_EVENT_ONESHOT);
 }
 
 int Bus::onRetry(sd_event_source*, std::uint64_t, void* userdata)
 {
-    auto& bus = *static_cast<Bus*>(userdata);
-    bus.forget();
-    bus.open();
-    return 0;
+    return guarded([userdata] {
+        auto& bus = *static_cast<Bus*>(userdata);
+        bus.forget();
+        bus.open();
+        return 0;
+    });
 }
 
 void Bus::forget()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,6 +27,10 @@ struct MessageDeleter
     void operator()(sd_bus_message* message) const;
 };
 using MessagePtr = std::unique_ptr<sd_bus_message, MessageDeleter>;
+
+/// Runs the body of a callback that a C library calls: an exception must not unwind through it. It is reported on
+/// "CON_COMM" and becomes -ENOMEM, which the bus library answers to the caller of a method.
+int guarded(const std::function<int()>& body) noexcept;
 
 /// The connection of one event loop to the unit's bus, on the loop's thread only.
 ///
@@ -53,6 +58,7 @@ public:
         virtual bool onSignal(sd_bus_message*) { return false; }
     };
 
+    /// Throws std::system_error when the loop has no timer left.
     explicit Bus(sd_event* event);
     ~Bus();
     Bus(const Bus&) = delete;

@@ -40,10 +40,10 @@ int ProxyEndpoint::connect(Bus& bus)
         return ENOTCONN;
     }
     const auto onChange = [](sd_bus_message* signal, void* self, sd_bus_error*) {
-        return static_cast<ProxyEndpoint*>(self)->onOwnerChanged(signal);
+        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onOwnerChanged(signal); });
     };
     const auto onAnswer = [](sd_bus_message* answer, void* self, sd_bus_error*) {
-        return static_cast<ProxyEndpoint*>(self)->onOwnerAnswer(answer);
+        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onOwnerAnswer(answer); });
     };
     const auto rule = "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
                       "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
@@ -111,13 +111,14 @@ int ProxyEndpoint::onOwnerChanged(sd_bus_message* signal)
 
 int ProxyEndpoint::onOwnerAnswer(sd_bus_message* answer)
 {
+    const auto* const error = sd_bus_message_get_error(answer);
     const char* owner = nullptr;
-    // An error is the usual answer while nobody owns the name; the watch tells when somebody does.
-    if (sd_bus_message_is_method_error(answer, nullptr) <= 0 &&
-        sd_bus_message_read_basic(answer, SD_BUS_TYPE_STRING, &owner) > 0)
-    {
+    if (error == nullptr && sd_bus_message_read_basic(answer, SD_BUS_TYPE_STRING, &owner) > 0) {
         ownerIs(owner);
+    } else if (error != nullptr && sd_bus_error_has_name(error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) <= 0) {
+        die(DeathNotice::notAnswered, sd_bus_error_get_errno(error));
     }
+    // While nobody owns the name, the watch tells when somebody does.
     return 0;
 }
 
@@ -133,7 +134,7 @@ void ProxyEndpoint::ownerIs(const std::string& owner)
     m_owner = owner;
     m_state = State::connecting;
     const auto onAnswer = [](sd_bus_message* answer, void* self, sd_bus_error*) {
-        return static_cast<ProxyEndpoint*>(self)->onConnectAnswer(answer);
+        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onConnectAnswer(answer); });
     };
     sd_bus_slot* slot = nullptr;
     const int error = sd_bus_call_method_async(m_bus->connection(), &slot, m_owner.c_str(), m_objectPath.c_str(),

@@ -27,12 +27,6 @@ const char* text(const char* value)
     return value != nullptr ? value : "";
 }
 
-// Answers a call unless its caller wants no answer.
-int answerEmpty(sd_bus_message* call)
-{
-    return sd_bus_message_get_expect_reply(call) > 0 ? sd_bus_reply_method_return(call, nullptr) : 1;
-}
-
 } // namespace
 
 ServiceEndpoint::ServiceEndpoint(IServiceImplementation& implementation, const ServiceInfo& info,
@@ -75,10 +69,10 @@ void ServiceEndpoint::onBusConnected()
 {
     auto* const connection = m_bus->connection();
     const auto onCall = [](sd_bus_message* call, void* self, sd_bus_error*) {
-        return static_cast<ServiceEndpoint*>(self)->onCall(call);
+        return guarded([=] { return static_cast<ServiceEndpoint*>(self)->onCall(call); });
     };
     const auto onAnswer = [](sd_bus_message* answer, void* self, sd_bus_error*) {
-        return static_cast<ServiceEndpoint*>(self)->onNameAnswer(answer);
+        return guarded([=] { return static_cast<ServiceEndpoint*>(self)->onNameAnswer(answer); });
     };
     sd_bus_slot* object = nullptr;
     sd_bus_slot* request = nullptr;
@@ -145,7 +139,7 @@ int ServiceEndpoint::onCall(sd_bus_message* call)
     const std::string_view interface = text(sd_bus_message_get_interface(call));
     const std::string_view member = text(sd_bus_message_get_member(call));
     if (sd_bus_message_is_method_call(call, "org.freedesktop.DBus.Introspectable", "Introspect") > 0) {
-        return sd_bus_reply_method_return(call, "s", introspect(m_info).c_str());
+        return answerWith(call, [this](MessageWriter& writer) { writer.text(introspect(m_info)); });
     }
     if (sd_bus_message_is_method_call(call, kProperties, "Get") > 0) {
         return getProperty(call);
@@ -199,10 +193,36 @@ int ServiceEndpoint::runRequest(sd_bus_message* call, std::size_t place)
     if (!refusal.empty()) {
         return refuse(call, SD_BUS_ERROR_INVALID_ARGS, refusal);
     }
-    if (sd_bus_message_get_expect_reply(call) > 0) {
-        m_bus->send(result.get());
+    return answer(call, result.get(), writer);
+}
+
+// Every answer goes through the bus' limit; one that cannot be written is an error for the caller, who waits.
+int ServiceEndpoint::answer(sd_bus_message* call, sd_bus_message* result, const MessageWriter& writer) const
+{
+    if (!writer.ok()) {
+        return refuse(call, SD_BUS_ERROR_FAILED, "the result cannot travel");
+    }
+    if (m_bus != nullptr && sd_bus_message_get_expect_reply(call) > 0) {
+        m_bus->send(result);
     }
     return 1;
+}
+
+int ServiceEndpoint::answerWith(sd_bus_message* call, const std::function<void(MessageWriter&)>& write) const
+{
+    sd_bus_message* made = nullptr;
+    if (const int error = sd_bus_message_new_method_return(call, &made); error < 0) {
+        return error;
+    }
+    const MessagePtr result{made};
+    MessageWriter writer{made};
+    write(writer);
+    return answer(call, made, writer);
+}
+
+int ServiceEndpoint::answerEmpty(sd_bus_message* call) const
+{
+    return answerWith(call, [](MessageWriter&) {});
 }
 
 // Kept for the caller that called last: while we wait for the bus, what others send meanwhile piles up in memory.
@@ -239,23 +259,26 @@ int ServiceEndpoint::runReserved(sd_bus_message* call, ReservedRequest request)
 int ServiceEndpoint::connectClient(sd_bus_message* call)
 {
     const std::string sender = text(sd_bus_message_get_sender(call));
-    if (sender.empty() || m_clients.contains(sender)) {
-        return answerEmpty(call);
+    if (!m_clients.contains(sender)) {
+        if (m_clients.size() >= kMaxClients) {
+            return refuse(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many clients");
+        }
+        const auto client = std::make_shared<ClientState>();
+        client->endpoint = this;
+        client->bus = m_bus;
+        client->uniqueName = sender;
+        client->objectPath = &m_objectPath;
+        client->replyInterface = &m_replyInterface;
+        if (const int error = watch(*client); error < 0) {
+            return refuse(call, SD_BUS_ERROR_FAILED, std::generic_category().message(-error));
+        }
+        m_clients.emplace(sender, client);
     }
-    if (m_clients.size() >= kMaxClients) {
-        return refuse(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many clients");
-    }
-    const auto client = std::make_shared<ClientState>();
-    client->endpoint = this;
-    client->bus = m_bus;
-    client->uniqueName = sender;
-    client->objectPath = &m_objectPath;
-    client->replyInterface = &m_replyInterface;
-    m_clients.emplace(sender, client);
-    watch(*client);
-    // The answer goes first: the client knows that it is connected before anything is sent to it.
+    // The answer goes first: the client knows that it is connected before anything is sent to it. Whoever connects
+    // again has its reasons, such as a successor that came and went.
+    const Client client{m_clients.at(sender)};
     const int answered = answerEmpty(call);
-    m_implementation.onClientConnected(Client{client});
+    m_implementation.onClientConnected(client);
     return answered;
 }
 
@@ -266,31 +289,42 @@ int ServiceEndpoint::disconnectClient(sd_bus_message* call)
 }
 
 // Two calls that the bus answers one after the other: be told when the name goes, and say whether it is still there.
-void ServiceEndpoint::watch(ClientState& client)
+int ServiceEndpoint::watch(ClientState& client)
 {
     const auto onGone = [](sd_bus_message*, void* userdata, sd_bus_error*) {
-        const auto& gone = *static_cast<ClientState*>(userdata);
-        gone.endpoint->dropClient(gone.uniqueName);
-        return 0;
+        return guarded([userdata] {
+            const auto& gone = *static_cast<ClientState*>(userdata);
+            gone.endpoint->dropClient(gone.uniqueName);
+            return 0;
+        });
     };
     const auto onPresence = [](sd_bus_message* answer, void* userdata, sd_bus_error*) {
-        const auto& asked = *static_cast<ClientState*>(userdata);
-        int present = 0;
-        if (sd_bus_message_read_basic(answer, SD_BUS_TYPE_BOOLEAN, &present) < 0 || present == 0) {
-            asked.endpoint->dropClient(asked.uniqueName);
-        }
-        return 0;
+        return guarded([=] {
+            const auto& asked = *static_cast<ClientState*>(userdata);
+            int present = 0;
+            // No answer is no news.
+            if (sd_bus_message_is_method_error(answer, nullptr) <= 0 &&
+                sd_bus_message_read_basic(answer, SD_BUS_TYPE_BOOLEAN, &present) > 0 && present == 0)
+            {
+                asked.endpoint->dropClient(asked.uniqueName);
+            }
+            return 0;
+        });
     };
     const auto rule = "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
                       "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
                       client.uniqueName + "'";
     auto* const connection = m_bus->connection();
     sd_bus_slot* slot = nullptr;
-    sd_bus_add_match_async(connection, &slot, rule.c_str(), onGone, nullptr, &client);
+    int error = sd_bus_add_match_async(connection, &slot, rule.c_str(), onGone, nullptr, &client);
     client.watch.reset(std::exchange(slot, nullptr));
-    sd_bus_call_method_async(connection, &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                             "NameHasOwner", onPresence, &client, "s", client.uniqueName.c_str());
-    client.presence.reset(slot);
+    if (error >= 0) {
+        error = sd_bus_call_method_async(connection, &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                         "org.freedesktop.DBus", "NameHasOwner", onPresence, &client, "s",
+                                         client.uniqueName.c_str());
+        client.presence.reset(slot);
+    }
+    return error;
 }
 
 void ServiceEndpoint::dropClient(const std::string& uniqueName)
@@ -314,6 +348,17 @@ void ServiceEndpoint::dropAllClients()
     }
 }
 
+// The value of an attribute and its validity, as the property of the same name.
+void ServiceEndpoint::writeProperty(MessageWriter& writer, std::size_t place) const
+{
+    const auto contents = std::string{m_info.attributes[place].signature} + "b";
+    writer.open('v', ("(" + contents + ")").c_str());
+    writer.open('r', contents.c_str());
+    m_implementation.writeAttribute(place, writer);
+    writer.close();
+    writer.close();
+}
+
 int ServiceEndpoint::getProperty(sd_bus_message* call)
 {
     const char* interface = nullptr;
@@ -322,21 +367,9 @@ int ServiceEndpoint::getProperty(sd_bus_message* call)
         return refuse(call, SD_BUS_ERROR_INVALID_ARGS, "the arguments are \"ss\"");
     }
     for (std::size_t place = 0; place < m_info.attributes.size(); ++place) {
-        const auto& attribute = m_info.attributes[place];
-        sd_bus_message* made = nullptr;
-        if (std::string_view{name} != attribute.name || sd_bus_message_new_method_return(call, &made) < 0) {
-            continue;
+        if (std::string_view{name} == m_info.attributes[place].name) {
+            return answerWith(call, [&](MessageWriter& writer) { writeProperty(writer, place); });
         }
-        const MessagePtr result{made};
-        const auto contents = std::string{attribute.signature} + "b";
-        MessageWriter writer{made};
-        writer.open('v', ("(" + contents + ")").c_str());
-        writer.open('r', contents.c_str());
-        m_implementation.writeAttribute(place, writer);
-        writer.close();
-        writer.close();
-        m_bus->send(made);
-        return 1;
     }
     return refuse(call, SD_BUS_ERROR_UNKNOWN_PROPERTY, std::string{"no property "} + name);
 }
@@ -344,38 +377,35 @@ int ServiceEndpoint::getProperty(sd_bus_message* call)
 int ServiceEndpoint::getAllProperties(sd_bus_message* call)
 {
     const char* interface = nullptr;
-    sd_bus_message* made = nullptr;
     if (sd_bus_message_read(call, "s", &interface) < 0) {
         return refuse(call, SD_BUS_ERROR_INVALID_ARGS, "the argument is \"s\"");
     }
-    if (const int error = sd_bus_message_new_method_return(call, &made); error < 0) {
-        return error;
-    }
-    const MessagePtr result{made};
-    MessageWriter writer{made};
-    writer.open('a', "{sv}");
-    for (std::size_t place = 0; place < m_info.attributes.size() && m_info.name == interface; ++place) {
-        const auto& attribute = m_info.attributes[place];
-        const auto contents = std::string{attribute.signature} + "b";
-        writer.open('e', "sv");
-        writer.text(attribute.name);
-        writer.open('v', ("(" + contents + ")").c_str());
-        writer.open('r', contents.c_str());
-        m_implementation.writeAttribute(place, writer);
+    return answerWith(call, [&](MessageWriter& writer) {
+        writer.open('a', "{sv}");
+        for (std::size_t place = 0; place < m_info.attributes.size() && m_info.name == interface; ++place) {
+            writer.open('e', "sv");
+            writer.text(m_info.attributes[place].name);
+            writeProperty(writer, place);
+            writer.close();
+        }
         writer.close();
-        writer.close();
-        writer.close();
-    }
-    writer.close();
-    m_bus->send(made);
-    return 1;
+    });
 }
 
 int ServiceEndpoint::refuse(sd_bus_message* call, const char* error, const std::string& reason) const
 {
     TRACE(s_channel, warning, kLabel, "%s.%s called by %s is refused: %s", m_busName.c_str(),
           text(sd_bus_message_get_member(call)), text(sd_bus_message_get_sender(call)), reason.c_str());
-    return sd_bus_reply_method_errorf(call, error, "%s", reason.c_str());
+    sd_bus_message* made = nullptr;
+    const sd_bus_error content{error, reason.c_str(), 0};
+    if (const int failed = sd_bus_message_new_method_error(call, &made, &content); failed < 0) {
+        return failed;
+    }
+    const MessagePtr answer{made};
+    if (m_bus != nullptr && sd_bus_message_get_expect_reply(call) > 0) {
+        m_bus->send(made);
+    }
+    return 1;
 }
 
 bool Client::isAlive() const

@@ -54,12 +54,16 @@ private:
     int runRequest(sd_bus_message* call, std::size_t place);
     std::optional<std::uint32_t> userOf(sd_bus_message* call);
     int runReserved(sd_bus_message* call, ReservedRequest request);
+    int answer(sd_bus_message* call, sd_bus_message* result, const MessageWriter& writer) const;
+    int answerWith(sd_bus_message* call, const std::function<void(MessageWriter&)>& write) const;
+    int answerEmpty(sd_bus_message* call) const;
+    void writeProperty(MessageWriter& writer, std::size_t place) const;
     int connectClient(sd_bus_message* call);
     int disconnectClient(sd_bus_message* call);
     int getProperty(sd_bus_message* call);
     int getAllProperties(sd_bus_message* call);
     int refuse(sd_bus_message* call, const char* error, const std::string& reason) const;
-    void watch(ClientState& client);
+    int watch(ClientState& client);
     void dropClient(const std::string& uniqueName);
     void dropAllClients();
     void answerOnce(int error);

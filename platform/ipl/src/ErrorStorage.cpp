@@ -20,7 +20,7 @@ std::atomic<ErrorStorage::Action> g_action{nullptr};
 
 void ErrorStorage::action_dump_to_stdout(std::uint32_t code, const char* reason)
 {
-    std::printf("unacknowledged platform error %u: %s\n", code, reason);
+    dprintf(1, "unacknowledged platform error %u: %s\n", code, reason);
 }
 
 ErrorStorage::ErrorStorage(Action action)

@@ -39,6 +39,9 @@ bool has(int argc, char** argv, const char* option)
     return false;
 }
 
+// Of the watchdog's timer, in microseconds: the default of a quarter second may be the manager's whole patience.
+constexpr std::uint64_t kAccuracy = 1000;
+
 // The loop of the service manager's library on the main thread.
 class Manager
 {
@@ -58,7 +61,8 @@ public:
             }
         }
         if (error >= 0 && sd_watchdog_enabled(0, &m_watchdogMicroseconds) > 0) {
-            error = sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, 0, &Manager::onWatchdog, this);
+            error =
+                sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, kAccuracy, &Manager::onWatchdog, this);
         }
         return error;
     }

@@ -292,7 +292,8 @@ struct Codec<util::SharedPtr<std::vector<T>>>
 
     static void write(MessageWriter& writer, const util::SharedPtr<Array>& array)
     {
-        Codec<Array>::write(writer, array ? *array : Array{});
+        static const Array kEmpty; // no copy is made of what is there
+        Codec<Array>::write(writer, array ? *array : kEmpty);
     }
 
     static void read(MessageReader& reader, util::SharedPtr<Array>& array)

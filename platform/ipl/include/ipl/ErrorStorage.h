@@ -12,7 +12,7 @@ class ErrorStorage
 public:
     using Action = void (*)(std::uint32_t code, const char* reason);
 
-    /// Action: one line on the standard output.
+    /// Action: one line on the standard output, unbuffered.
     static void action_dump_to_stdout(std::uint32_t code, const char* reason);
 
     /// Installs the action for the whole process until the object is destroyed.
