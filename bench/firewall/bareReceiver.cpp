@@ -1,4 +1,4 @@
-#include "roles.h"
+#include "bareReceiver.h"
 
 #include <cerrno>
 #include <csignal>
