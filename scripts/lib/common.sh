@@ -50,5 +50,8 @@ build() {
     shift
     cd "$root" || return
     cmake --preset "$preset" --log-level=WARNING >/dev/null
+    if ninja -C "build/$preset" -n "$@" | grep -qF 'ninja: no work to do.'; then
+        return
+    fi
     "${launcher[@]}" cmake --build --preset "$preset" ${1+--target "$@"}
 }

@@ -1,86 +1,53 @@
 #include "io_manager/Nl.h"
 
-#include <algorithm>
 #include <chrono>
-#include <condition_variable>
+#include <cstring>
 #include <linux/rtnetlink.h>
-#include <mutex>
+#include <random>
+#include <set>
 #include <sys/socket.h>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "CapturedLog.h"
+#include "Eventually.h"
 #include "NetworkNamespace.h"
 #include "TestActiveObject.h"
+#include "io_manager/NlCheck.h"
 
 using namespace std::chrono_literals;
+using namespace common_;
 using namespace io_manager;
-using common_::Nl;
-using test_support::CapturedLog;
-using tracing::Level;
+using test_support::eventually;
 
 namespace {
 
-constexpr std::uint32_t kIpv6Addresses = 0x100;
 constexpr std::uint32_t kUserGroup = 1;
+constexpr std::uint32_t kSequence = 7;
+constexpr std::uint32_t kPort = 4711;
 
-class Listener : public common_::ListenerBase<common_::INlEvent>
+/// A message of the given size, header included.
+std::vector<std::uint8_t> message(std::uint16_t type, std::uint32_t size, std::uint32_t sequence = kSequence,
+                                  std::uint32_t port = kPort)
 {
-public:
-    struct SResult
-    {
-        std::uint32_t sequence;
-        std::int32_t result;
-        std::uint16_t type;
-    };
+    const nlmsghdr header{size, type, 0, sequence, port};
+    std::vector<std::uint8_t> bytes(NLMSG_ALIGN(size));
+    std::memcpy(bytes.data(), &header, sizeof header);
+    return bytes;
+}
 
+/// Used on the active object only.
+struct SListener : common_::ListenerBase<common_::INlEvent>
+{
     void nl_cmd_result(std::uint32_t sequence, std::int32_t result, const nlmsghdr& message) override
     {
-        const std::lock_guard lock{m_mutex};
-        m_results.push_back({sequence, result, message.nlmsg_type});
-        m_changed.notify_all();
+        calls.insert({sequence, result, message.nlmsg_type});
     }
-    void nl_urc(const nlmsghdr& message) override
-    {
-        const std::lock_guard lock{m_mutex};
-        m_notifications.push_back(message.nlmsg_type);
-        m_changed.notify_all();
-    }
+    void nl_urc(const nlmsghdr& message) override { calls.insert({0, 0, message.nlmsg_type}); }
 
-    template <typename Condition>
-    bool waitUntil(Condition condition)
-    {
-        std::unique_lock lock{m_mutex};
-        return m_changed.wait_for(lock, 5s, [&] { return condition(m_results, m_notifications); });
-    }
-    bool waitForResult(std::int32_t wanted)
-    {
-        return waitUntil(
-            [wanted](const auto& results, const auto&) { return !results.empty() && results.back().result == wanted; });
-    }
-    bool waitForNotification(std::uint16_t type)
-    {
-        return waitUntil([type](const auto&, const auto& notifications) {
-            return std::find(notifications.begin(), notifications.end(), type) != notifications.end();
-        });
-    }
-    bool has(std::uint16_t type)
-    {
-        const std::lock_guard lock{m_mutex};
-        return std::find(m_notifications.begin(), m_notifications.end(), type) != m_notifications.end();
-    }
-    std::vector<SResult> results()
-    {
-        const std::lock_guard lock{m_mutex};
-        return m_results;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<SResult> m_results;
-    std::vector<std::uint16_t> m_notifications;
+    std::set<std::tuple<std::uint32_t, std::int32_t, std::uint16_t>> calls;
 };
 
 class NlTest : public ::testing::Test
@@ -98,73 +65,51 @@ protected:
             nl->addListener(&listener);
         });
     }
-    std::uint32_t request(std::uint16_t type, std::uint16_t flags, const std::vector<std::uint8_t>& body)
+    std::uint32_t requestLinks(int index, std::uint16_t flags)
     {
+        const ifinfomsg link{AF_UNSPEC, 0, 0, index, 0, 0};
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&link);
         std::uint32_t sequence = 0;
-        ao.run([&] { sequence = nl->sendRequest("request", type, flags, body); });
+        ao.run([&] { sequence = nl->sendRequest("request", RTM_GETLINK, flags, {bytes, sizeof link}); });
         return sequence;
     }
+    /// Stands for the kernel: sends a message to whoever receives the user group.
+    void send(std::uint32_t size, std::uint16_t type, int count = 1) const
+    {
+        const auto bytes = message(type, size, 0, 0);
+        const sockaddr_nl group{AF_NETLINK, 0, 0, kUserGroup};
+        for (; count > 0; --count) { // a receiver that is full is no error of ours
+            ::sendto(peer.get(), bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&group),
+                     sizeof group);
+        }
+    }
+    /// Whether the listener was told of the message; notifications come without sequence number and result.
+    bool told(std::uint16_t type, std::uint32_t sequence = 0, std::int32_t result = 0) const
+    {
+        bool found = false;
+        ao.run([&] { found = listener.calls.contains({sequence, result, type}); });
+        return found;
+    }
 
-    CapturedLog log;
+    test_support::CapturedLog log;
     test_support::NetworkNamespace network;
     test_support::TestActiveObject ao;
-    Listener listener;
+    SListener listener;
     std::shared_ptr<IoManRunner> runner = std::make_shared<IoManRunner>(std::make_shared<CFdManager>(), 60000);
+    const UniqueFd peer{::socket(AF_NETLINK, SOCK_RAW, NETLINK_USERSOCK)};
     std::unique_ptr<Nl> nl;
 };
 
-/// Stands for the kernel: sends whatever a test wants to whoever receives the user group.
-class Peer
-{
-public:
-    Peer() : m_socket{::socket(AF_NETLINK, SOCK_RAW, NETLINK_USERSOCK)} {}
-
-    void send(std::size_t size, std::uint16_t type) const
-    {
-        std::vector<std::uint8_t> bytes(size);
-        const nlmsghdr header{static_cast<std::uint32_t>(size), type, 0, 0, 0};
-        std::copy_n(reinterpret_cast<const std::uint8_t*>(&header), sizeof header, bytes.begin());
-        sockaddr_nl group{AF_NETLINK, 0, 0, kUserGroup};
-        // A receiver that is full is no error of ours.
-        ::sendto(m_socket.get(), bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&group),
-                 sizeof group);
-    }
-
-private:
-    UniqueFd m_socket;
-};
-
-TEST_F(NlTest, LinkDumpGivesItsLinksAndThenItsEnd)
-{
-    if (!network.entered()) {
-        GTEST_SKIP() << network.why();
-    }
-    make(NETLINK_ROUTE, kIpv6Addresses);
-    const auto sequence = request(RTM_GETLINK, NLM_F_DUMP, std::vector<std::uint8_t>(sizeof(ifinfomsg)));
-    ASSERT_NE(sequence, 0U);
-    EXPECT_EQ(nl->sequenceOf("request"), sequence);
-    EXPECT_EQ(nl->sequenceOf("other"), 0U);
-    ASSERT_TRUE(listener.waitForResult(1));
-    const auto results = listener.results();
-    ASSERT_GE(results.size(), 2U);
-    EXPECT_EQ(results.front().result, 0);
-    EXPECT_EQ(results.front().type, RTM_NEWLINK);
-    EXPECT_EQ(results.back().sequence, sequence);
-}
-
-TEST_F(NlTest, RefusedRequestFailsAndTheNextOneIsAnswered)
+TEST_F(NlTest, RefusedRequestFailsAndTheNextGivesItsLinksAndThenItsEnd)
 {
     make(NETLINK_ROUTE, 0);
-    ifinfomsg nobody{};
-    nobody.ifi_index = 123456;
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&nobody);
-    const auto first = request(RTM_GETLINK, 0, {bytes, bytes + sizeof nobody});
-    ASSERT_TRUE(listener.waitForResult(-1));
-    EXPECT_EQ(listener.results().back().sequence, first);
-
-    const auto second = request(RTM_GETLINK, NLM_F_DUMP, std::vector<std::uint8_t>(sizeof(ifinfomsg)));
-    EXPECT_NE(second, first);
-    EXPECT_TRUE(listener.waitForResult(1));
+    const auto refused = requestLinks(123456, 0);
+    EXPECT_TRUE(eventually([&] { return told(NLMSG_ERROR, refused, -1); }));
+    const auto sequence = requestLinks(0, NLM_F_DUMP);
+    EXPECT_NE(sequence, refused);
+    EXPECT_EQ(nl->sequenceOf("request"), sequence);
+    EXPECT_TRUE(eventually([&] { return told(RTM_NEWLINK, sequence, 0); }));
+    EXPECT_TRUE(eventually([&] { return told(NLMSG_DONE, sequence, 1); }));
 }
 
 TEST_F(NlTest, AddressSetByAnotherProcessIsANotification)
@@ -172,54 +117,38 @@ TEST_F(NlTest, AddressSetByAnotherProcessIsANotification)
     if (!network.entered()) {
         GTEST_SKIP() << network.why();
     }
-    make(NETLINK_ROUTE, kIpv6Addresses);
-    ASSERT_TRUE(network.run("ip -6 addr add fd00::1/64 dev lo"));
-    EXPECT_TRUE(listener.waitForNotification(RTM_NEWADDR));
-    ASSERT_TRUE(network.run("ip -6 addr del fd00::1/64 dev lo"));
-    EXPECT_TRUE(listener.waitForNotification(RTM_DELADDR));
-    EXPECT_TRUE(listener.results().empty());
+    make(NETLINK_ROUTE, RTMGRP_IPV6_IFADDR);
+    ASSERT_TRUE(network.run("ip -6 addr add fd00::1/64 dev lo && ip -6 addr del fd00::1/64 dev lo"));
+    EXPECT_TRUE(eventually([&] { return told(RTM_NEWADDR); }));
+    EXPECT_TRUE(eventually([&] { return told(RTM_DELADDR); }));
 }
 
 TEST_F(NlTest, DatagramThatIsTooLongIsLostAndTheNextIsRead)
 {
     make(NETLINK_USERSOCK, kUserGroup);
-    const Peer peer;
-    peer.send(8196, 100);
-    peer.send(8192, 101);
-    EXPECT_TRUE(listener.waitForNotification(101));
-    EXPECT_EQ(log.count("CON_LIB_NL", Level::error, "Packet from netlink is bigger than we can handle 8196 > 8192"),
-              1U);
-    EXPECT_FALSE(listener.has(100));
+    send(8196, 100);
+    send(8192, 101);
+    EXPECT_TRUE(eventually([&] { return told(101); }));
+    EXPECT_TRUE(log.waitFor("Packet from netlink is bigger than we can handle 8196 > 8192"));
+    EXPECT_FALSE(told(100));
 }
 
-TEST_F(NlTest, LaggingActiveObjectStopsTheReadingUntilItCatchesUp)
+TEST_F(NlTest, LaggingActiveObjectStopsTheReadingUntilItCatchesUpButNotTheDestruction)
 {
     make(NETLINK_USERSOCK, kUserGroup);
-    const Peer peer;
     ao.run([&] {
-        for (int sent = 0; sent < 2000; ++sent) {
-            peer.send(64, 100);
-        }
+        send(64, 100, 2000);
         std::this_thread::sleep_for(50ms);
-        EXPECT_LE(log.count("CON_LIB_NL", Level::detail, "recv'd len"), 65U);
+        EXPECT_LE(log.count("CON_LIB_NL", tracing::Level::detail, "recv'd len"), 65U);
     });
     EXPECT_TRUE(log.waitFor("recvmsg: No buffer space available"));
     // The kernel gives an overrun socket nothing new before it is empty.
-    for (int attempt = 0; attempt < 100 && !listener.has(101); ++attempt) {
-        peer.send(64, 101);
-        std::this_thread::sleep_for(10ms);
-    }
-    EXPECT_TRUE(listener.has(101));
-}
-
-TEST_F(NlTest, DestructionDoesNotWaitForTheActiveObjectThatLags)
-{
-    make(NETLINK_USERSOCK, kUserGroup);
-    const Peer peer;
+    EXPECT_TRUE(eventually([&] {
+        send(64, 101);
+        return told(101);
+    }));
     ao.run([&] {
-        for (int sent = 0; sent < 100; ++sent) {
-            peer.send(64, 100);
-        }
+        send(64, 100, 100);
         std::this_thread::sleep_for(50ms);
         const auto start = std::chrono::steady_clock::now();
         nl.reset();
@@ -230,10 +159,44 @@ TEST_F(NlTest, DestructionDoesNotWaitForTheActiveObjectThatLags)
 TEST_F(NlTest, WithoutSocketRequestsAreRefused)
 {
     make(63, 0);
-    EXPECT_EQ(request(RTM_GETLINK, NLM_F_DUMP, {}), 0U);
-    EXPECT_EQ(log.count("CON_LIB_NL", Level::resource, "Socket error (Protocol not supported)"), 1U);
-    EXPECT_EQ(log.count("CON_LIB_NL", Level::resource, "not adding fd (1,-1)"), 1U);
-    EXPECT_EQ(log.count("CON_LIB_NL", Level::error, "fd unitialized (-1)"), 1U);
+    EXPECT_EQ(requestLinks(0, NLM_F_DUMP), 0U);
+}
+
+TEST(NlCheckTest, DatagramIsSplitIntoTheResponsesTheEndAndWhatWasNotAskedFor)
+{
+    const test_support::CapturedLog log;
+    std::vector<std::uint8_t> datagram;
+    for (const auto& part : {message(16, 21), message(20, 16, kSequence - 1), message(20, 16, kSequence, kPort + 1),
+                             message(NLMSG_ERROR, 36), message(NLMSG_DONE, 20)})
+    {
+        datagram.insert(datagram.end(), part.begin(), part.end());
+    }
+    const auto check = checkMessages(datagram, kSequence, kPort);
+    EXPECT_EQ(check.result, 1);
+    ASSERT_EQ(check.responses.size(), 1U) << "the acknowledgement is none";
+    EXPECT_EQ(check.responses[0]->nlmsg_len, 21U);
+    EXPECT_EQ(check.unsolicited.size(), 2U);
+    EXPECT_NE(check.end, nullptr);
+
+    EXPECT_EQ(checkMessages(message(NLMSG_ERROR, 20), kSequence, kPort).result, 0) << "truncated";
+    EXPECT_EQ(checkMessages(message(20, 16, 0), 0, kPort).unsolicited.size(), 1U) << "nothing was asked for";
+}
+
+TEST(NlCheckTest, RandomBytesNeverLeadOutOfTheDatagram)
+{
+    const test_support::CapturedLog log;
+    std::mt19937 random{1};
+    for (std::size_t round = 0; round < 20000; ++round) {
+        std::vector<std::uint8_t> bytes(random() % 129);
+        for (auto& byte : bytes) {
+            byte = static_cast<std::uint8_t>(random() % 4 == 0 ? random() : random() % 33);
+        }
+        for (const auto* const message : checkMessages(bytes, kSequence, kPort).unsolicited) {
+            const auto* const start = reinterpret_cast<const std::uint8_t*>(message);
+            ASSERT_GE(message->nlmsg_len, sizeof(nlmsghdr));
+            ASSERT_LE(start + message->nlmsg_len, bytes.data() + bytes.size());
+        }
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <string>
 #include <thread>
 
@@ -12,58 +13,32 @@ namespace {
 using ipl::ErrorStorage;
 using ipl::GlobalErrorHandler;
 
-TEST(ErrorStorage, KeepsTheReasonUntilItIsAcknowledged)
+TEST(ErrorStorage, KeepsTheThreadsOwnReasonUntilItIsAcknowledged)
 {
-    ErrorStorage::set(7, "no %s for %d", "room", 3);
-    EXPECT_TRUE(ErrorStorage::pending());
+    ErrorStorage::set(7, "no %s for %d", std::string(1000, 'x').c_str(), 3);
+    std::thread{[] {
+        EXPECT_FALSE(ErrorStorage::pending());
+        ErrorStorage::set(8, "its own");
+    }}.join();
     EXPECT_EQ(ErrorStorage::code(), 7U);
-    EXPECT_STREQ(ErrorStorage::reason(), "no room for 3");
+    EXPECT_EQ(ErrorStorage::reason(), "no " + std::string(252, 'x'));
     ErrorStorage::ack();
     EXPECT_FALSE(ErrorStorage::pending());
     EXPECT_EQ(ErrorStorage::code(), 0U);
     EXPECT_STREQ(ErrorStorage::reason(), "no error");
 }
 
-TEST(ErrorStorage, LongReasonIsCut)
-{
-    ErrorStorage::set(1, "%s", std::string(1000, 'x').c_str());
-    EXPECT_EQ(ErrorStorage::reason(), std::string(255, 'x'));
-    ErrorStorage::ack();
-}
-
-TEST(ErrorStorage, ErrorsOfThreadsAreTheirOwn)
-{
-    ErrorStorage::set(7, "mine");
-    std::thread{[] {
-        EXPECT_FALSE(ErrorStorage::pending());
-        ErrorStorage::set(8, "its own");
-    }}.join();
-    EXPECT_EQ(ErrorStorage::code(), 7U);
-    ErrorStorage::ack();
-}
-
 TEST(ErrorStorage, ErrorReplacedBeforeAcknowledgementIsHandedToTheAction)
 {
-    static std::string seen;
-    seen.clear();
+    testing::internal::CaptureStdout();
     {
-        const ErrorStorage storage{
-            [](std::uint32_t code, const char* reason) { seen += std::to_string(code) + reason; }};
+        const ErrorStorage storage{&ErrorStorage::action_dump_to_stdout};
         ErrorStorage::set(1, "first");
         ErrorStorage::set(2, "second");
-        ErrorStorage::ack();
-        ErrorStorage::set(3, "third");
     }
-    ErrorStorage::set(4, "fourth");
+    ErrorStorage::set(3, "third"); // the action ended with its object
     ErrorStorage::ack();
-    EXPECT_EQ(seen, "1first");
-}
-
-TEST(ErrorStorage, ProvidedActionWritesALineToStandardOutput)
-{
-    testing::internal::CaptureStdout();
-    ErrorStorage::action_dump_to_stdout(5, "lost");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "unacknowledged platform error 5: lost\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "unacknowledged platform error 1: first\n");
 }
 
 TEST(GlobalErrorHandler, OutOfMemoryIsReportedAndPausesByDefault)
@@ -75,31 +50,15 @@ TEST(GlobalErrorHandler, OutOfMemoryIsReportedAndPausesByDefault)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "out of memory: a/b:12 make: no room\n");
 }
 
-TEST(GlobalErrorHandlerDeathTest, FatalErrorsEndTheProcessWithTheirPlace)
+TEST(GlobalErrorHandlerDeathTest, FatalErrorsEndTheProcessEvenWhenTheHandlerReturns)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(GlobalErrorHandler::doFatalAssert("x != 0", "a/b", 12, "make", "broken"),
-                testing::KilledBySignal(SIGABRT), "fatal: a/b:12 make: \\(x != 0\\) broken");
-    EXPECT_EXIT(GlobalErrorHandler::doFatalError("a/b", 12, "make", "broken"), testing::KilledBySignal(SIGABRT),
-                "fatal: a/b:12 make: \\(\\) broken");
-}
-
-TEST(GlobalErrorHandlerDeathTest, HandlerThatReturnsFromAFatalErrorStillEndsTheProcess)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            GlobalErrorHandler::setFatalHandler([](const auto&, const char*, const char*) {});
-            GlobalErrorHandler::doFatalError("a/b", 12, "make", "broken");
-        },
-        testing::KilledBySignal(SIGABRT), "");
-}
-
-TEST(GlobalErrorHandler, NullRestoresTheDefaultHandlers)
-{
-    const auto outOfMem = GlobalErrorHandler::setOutOfMemHandler([](const auto&, const char*) {});
-    GlobalErrorHandler::setOutOfMemHandler(nullptr);
-    EXPECT_EQ(GlobalErrorHandler::setOutOfMemHandler(nullptr), outOfMem);
+    const testing::KilledBySignal aborted{SIGABRT};
+    EXPECT_EXIT(GlobalErrorHandler::doFatalAssert("x != 0", "a/b", 12, "make", "broken"), aborted,
+                "fatal: a/b:12 make: \\(x != 0\\) broken");
+    const auto ignore = [](const auto&, const char*, const char*) {};
+    EXPECT_EXIT((GlobalErrorHandler::setFatalHandler(ignore), GlobalErrorHandler::doFatalError("", 1, "", "")), aborted,
+                "");
 }
 
 } // namespace

@@ -1,18 +1,21 @@
 #pragma once
 
-#include <chrono>
+#include <algorithm>
 #include <cstddef>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Eventually.h"
+#include "iplbase/NonCopyable.h"
 #include "tracing/Channel.h"
 
 namespace test_support {
 
 /// Records every line of every channel while it lives, from all threads; standard error stays silent meanwhile. One at
 /// a time.
-class CapturedLog
+class CapturedLog : iplbase::NonCopyable
 {
 public:
     struct Line
@@ -22,18 +25,64 @@ public:
         std::string text;
     };
 
-    CapturedLog();
-    ~CapturedLog();
-    CapturedLog(const CapturedLog&) = delete;
-    CapturedLog& operator=(const CapturedLog&) = delete;
+    CapturedLog()
+    {
+        {
+            const std::lock_guard lock{s_recorder.mutex};
+            s_recorder.lines.clear();
+        }
+        tracing::setSink(tracing::standardError, nullptr);
+        tracing::setSink(tracing::observer, &s_recorder);
+        tracing::setThresholds("*=0");
+    }
 
-    std::vector<Line> lines() const;
+    ~CapturedLog()
+    {
+        tracing::setThresholds(nullptr);
+        tracing::setSink(tracing::observer, nullptr);
+        tracing::setSink(tracing::standardError, &tracing::standardErrorSink());
+    }
+
+    std::vector<Line> lines() const
+    {
+        const std::lock_guard lock{s_recorder.mutex};
+        return s_recorder.lines;
+    }
 
     /// How many lines of the channel and level contain the text.
-    std::size_t count(std::string_view channel, tracing::Level level, std::string_view substring) const;
+    std::size_t count(std::string_view channel, tracing::Level level, std::string_view substring) const
+    {
+        const auto all = lines();
+        return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [&](const Line& line) {
+            return line.channel == channel && line.level == level && line.text.find(substring) != std::string::npos;
+        }));
+    }
 
     /// Waits until a line of any channel contains the text. Returns false when none does in time.
-    bool waitFor(std::string_view substring, std::chrono::milliseconds timeout = std::chrono::seconds{5}) const;
+    bool waitFor(std::string_view substring) const
+    {
+        const auto matches = [&](const Line& line) { return line.text.find(substring) != std::string::npos; };
+        return eventually([&] {
+            const std::lock_guard lock{s_recorder.mutex};
+            return std::any_of(s_recorder.lines.begin(), s_recorder.lines.end(), matches);
+        });
+    }
+
+private:
+    struct Recorder final : tracing::ISink
+    {
+        void write(const tracing::Line& line) noexcept override
+        {
+            const std::lock_guard lock{mutex};
+            lines.push_back({line.channel, line.level, std::string{line.text}});
+        }
+
+        std::mutex mutex;
+        std::vector<Line> lines;
+    };
+
+    // Never destroyed: a thread may be inside write when the log that it writes to is given up.
+    static inline Recorder& s_recorder = *new Recorder;
 };
 
 } // namespace test_support

@@ -1,49 +1,37 @@
 #include "ChildProcess.h"
 
-#include <cerrno>
 #include <csignal>
-#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <spawn.h>
-#include <stdexcept>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 
+#include "Eventually.h"
+
 namespace test_support {
-namespace {
-
-constexpr std::chrono::milliseconds kStep{5};
-
-std::vector<char*> pointers(std::vector<std::string>& texts)
-{
-    std::vector<char*> all;
-    for (auto& text : texts) {
-        all.push_back(text.data());
-    }
-    all.push_back(nullptr);
-    return all;
-}
-
-} // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::vector<std::string>& environment)
     : m_output{memfd_create("output", MFD_CLOEXEC)}
 {
-    auto arguments = command;
-    // The added entries come first: the first entry of a name counts.
-    auto variables = environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        variables.emplace_back(*entry);
+    // Only the program itself is told of what is added.
+    std::vector<std::string> words = environment;
+    if (!environment.empty()) {
+        words.insert(words.begin(), "env");
     }
+    words.insert(words.end(), command.begin(), command.end());
+    std::vector<char*> arguments;
+    for (auto& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, m_output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, m_output, STDERR_FILENO);
-    const int error = posix_spawnp(&m_pid, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(),
-                                   pointers(variables).data());
+    const int error = posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         close(m_output);
@@ -53,10 +41,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::v
 
 ChildProcess::~ChildProcess()
 {
-    if (!m_status) {
-        signal(SIGKILL);
-        wait();
-    }
+    signal(SIGKILL);
+    wait();
     close(m_output);
 }
 
@@ -67,42 +53,27 @@ void ChildProcess::signal(int number) const
     }
 }
 
-std::optional<int> ChildProcess::wait(std::chrono::milliseconds patience)
+std::optional<int> ChildProcess::wait()
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!m_status) {
+    eventually([this] {
         int status = 0;
-        if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
+        if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid) {
             m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        } else if (std::chrono::steady_clock::now() > end) {
-            return std::nullopt;
-        } else {
-            std::this_thread::sleep_for(kStep);
         }
-    }
+        return m_status.has_value();
+    });
     return m_status;
 }
 
 std::string ChildProcess::output() const
 {
-    struct stat status;
-    fstat(m_output, &status);
-    std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    const auto count = pread(m_output, text.data(), text.size(), 0);
-    text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-    return text;
+    std::ifstream file{"/proc/self/fd/" + std::to_string(m_output)};
+    return {std::istreambuf_iterator<char>{file}, {}};
 }
 
 bool ChildProcess::waitForOutput(const std::string& text, std::chrono::milliseconds patience) const
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (output().find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(kStep);
-    }
-    return true;
+    return eventually([&] { return output().find(text) != std::string::npos; }, patience);
 }
 
 std::string outputOf(const std::vector<std::string>& command)

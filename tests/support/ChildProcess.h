@@ -6,23 +6,23 @@
 #include <sys/types.h>
 #include <vector>
 
+#include "iplbase/NonCopyable.h"
+
 namespace test_support {
 
 /// A program in a process of its own, killed at the latest with this object. What it writes is kept in a file.
-class ChildProcess
+class ChildProcess : iplbase::NonCopyable
 {
 public:
     /// Starts the program found by PATH or by its path. environment: NAME=VALUE, added to ours.
     explicit ChildProcess(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
     ~ChildProcess();
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
 
     pid_t pid() const { return m_pid; }
     void signal(int number) const;
 
     /// The exit status, 128 + number when a signal ended it; nothing when it does not end in time.
-    std::optional<int> wait(std::chrono::milliseconds patience = std::chrono::seconds{20});
+    std::optional<int> wait();
 
     /// What it has written to standard output and standard error so far.
     std::string output() const;

@@ -10,11 +10,10 @@ template <typename Condition>
 bool eventually(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds{20})
 {
     const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition()) {
+    for (; !condition(); std::this_thread::sleep_for(std::chrono::milliseconds{2})) {
         if (std::chrono::steady_clock::now() > end) {
             return false;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds{2});
     }
     return true;
 }

@@ -17,39 +17,17 @@ struct Plan
 
 constinit thread_local Plan t_plan{FailingAllocation::Kind::nonThrowing, 0, 0};
 
-bool mustFail(FailingAllocation::Kind kind) noexcept
+void* reserve(FailingAllocation::Kind kind, std::size_t size) noexcept
 {
-    if (t_plan.failures == 0 || t_plan.kind != kind) {
-        return false;
-    }
-    if (t_plan.after > 0) {
+    if (t_plan.failures > 0 && t_plan.kind == kind) {
+        if (t_plan.after == 0) {
+            --t_plan.failures;
+            return nullptr;
+        }
         --t_plan.after;
-        return false;
     }
-    --t_plan.failures;
-    return true;
+    return std::malloc(std::max<std::size_t>(size, 1));
 }
-
-void* reserve(FailingAllocation::Kind kind, std::size_t size, std::size_t alignment) noexcept
-{
-    if (mustFail(kind)) {
-        return nullptr;
-    }
-    if (alignment <= alignof(std::max_align_t)) {
-        return std::malloc(std::max<std::size_t>(size, 1));
-    }
-    return std::aligned_alloc(alignment, (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment);
-}
-
-void* reserveOrThrow(std::size_t size, std::size_t alignment)
-{
-    if (void* const memory = reserve(FailingAllocation::Kind::throwing, size, alignment); memory != nullptr) {
-        return memory;
-    }
-    throw std::bad_alloc{};
-}
-
-constexpr std::size_t kDefaultAlignment = alignof(std::max_align_t);
 
 } // namespace
 
@@ -63,57 +41,24 @@ FailingAllocation::~FailingAllocation()
     t_plan.failures = 0;
 }
 
-unsigned FailingAllocation::remaining() const
-{
-    return t_plan.failures;
-}
-
 } // namespace test_support
 
 using Kind = test_support::FailingAllocation::Kind;
-using test_support::kDefaultAlignment;
-using test_support::reserve;
-using test_support::reserveOrThrow;
 
-// The program's own allocation functions, all of them, so that none meets a deallocation function of another family.
+// The program's own allocation functions for single objects. The library's for arrays are built on them; those for
+// greater alignments are a family of their own and stay as they are.
 void* operator new(std::size_t size)
 {
-    return reserveOrThrow(size, kDefaultAlignment);
-}
-void* operator new[](std::size_t size)
-{
-    return reserveOrThrow(size, kDefaultAlignment);
-}
-void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    return reserveOrThrow(size, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t size, std::align_val_t alignment)
-{
-    return reserveOrThrow(size, static_cast<std::size_t>(alignment));
+    if (void* const memory = test_support::reserve(Kind::throwing, size); memory != nullptr) {
+        return memory;
+    }
+    throw std::bad_alloc{};
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    return reserve(Kind::nonThrowing, size, kDefaultAlignment);
+    return test_support::reserve(Kind::nonThrowing, size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return reserve(Kind::nonThrowing, size, kDefaultAlignment);
-}
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return reserve(Kind::nonThrowing, size, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return reserve(Kind::nonThrowing, size, static_cast<std::size_t>(alignment));
-}
-
 void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept
 {
     std::free(memory);
 }
@@ -121,39 +66,7 @@ void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept
-{
-    std::free(memory);
-}
 void operator delete(void* memory, const std::nothrow_t&) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }

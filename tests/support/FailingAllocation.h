@@ -1,10 +1,12 @@
 #pragma once
 
+#include "iplbase/NonCopyable.h"
+
 namespace test_support {
 
 /// Makes allocations of the calling thread fail while it lives: the given number of one kind of operator new, after as
 /// many as `after` of that kind have succeeded. One at a time on a thread.
-class FailingAllocation
+class FailingAllocation : iplbase::NonCopyable
 {
 public:
     enum class Kind
@@ -15,11 +17,6 @@ public:
 
     explicit FailingAllocation(Kind kind, unsigned count = 1, unsigned after = 0);
     ~FailingAllocation();
-    FailingAllocation(const FailingAllocation&) = delete;
-    FailingAllocation& operator=(const FailingAllocation&) = delete;
-
-    /// How many failures are still to come.
-    unsigned remaining() const;
 };
 
 } // namespace test_support

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
+#include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "conn_common/ISynchronizedTimerFactory.h"
@@ -14,33 +15,124 @@ namespace test_support {
 class ManualTimers final : public common_::ISynchronizedTimerFactory
 {
 public:
-    ManualTimers();
-    ~ManualTimers() override;
+    using Interval = std::chrono::milliseconds;
 
-    TimerHandlePtr createStartedTimer(std::chrono::milliseconds interval, TimerCallback&& callback) override;
-    TimerHandlePtr createStartedTimer(std::chrono::milliseconds interval, const TimerCallback& callback) override;
-    TimerHandlePtr createTimer(std::chrono::milliseconds interval, TimerCallback&& callback) override;
-    TimerHandlePtr createTimer(std::chrono::milliseconds interval, const TimerCallback& callback) override;
-    void createFaFTimer(std::chrono::milliseconds interval, TimerCallback callback) override;
+    TimerHandlePtr createStartedTimer(Interval interval, TimerCallback&& callback) override
+    {
+        auto handle = createTimer(interval, std::move(callback));
+        if (handle) {
+            handle->start();
+        }
+        return handle;
+    }
+
+    TimerHandlePtr createStartedTimer(Interval interval, const TimerCallback& callback) override
+    {
+        return createStartedTimer(interval, TimerCallback{callback});
+    }
+
+    TimerHandlePtr createTimer(Interval interval, TimerCallback&& callback) override
+    {
+        const bool refused = m_refusing || interval.count() < 0;
+        return refused ? nullptr : std::make_unique<Handle>(m_clock, interval, std::move(callback));
+    }
+
+    TimerHandlePtr createTimer(Interval interval, const TimerCallback& callback) override
+    {
+        return createTimer(interval, TimerCallback{callback});
+    }
+
+    void createFaFTimer(Interval interval, TimerCallback callback) override
+    {
+        m_fireAndForget.push_back(createStartedTimer(interval, [this, callback = std::move(callback)](void* handle) {
+            callback(handle);
+            std::erase_if(m_fireAndForget, [handle](const auto& one) { return one.get() == handle; });
+        }));
+    }
 
     /// Lets the time pass and delivers what becomes due meanwhile: in the order of expiry, then of start. A callback
     /// may create, start, stop and destroy timers, its own included.
-    void advance(std::chrono::milliseconds time);
-
-    /// The time that has passed since construction.
-    std::chrono::milliseconds now() const;
-
-    /// How many timers are running.
-    std::size_t running() const;
+    void advance(Interval time)
+    {
+        const auto end = m_clock->now + time;
+        while (!m_clock->due.empty() && m_clock->due.begin()->first <= end) {
+            const auto [expiry, handle] = *m_clock->due.begin();
+            m_clock->now = expiry;
+            handle->expire();
+        }
+        m_clock->now = end;
+    }
 
     /// From now on createTimer and createStartedTimer give empty handles, createFaFTimer does nothing.
-    void refuse();
+    void refuse() { m_refusing = true; }
 
 private:
     class Handle;
-    struct Clock;
 
-    const std::shared_ptr<Clock> m_clock;
+    struct Clock
+    {
+        std::multimap<Interval, Handle*> due; // equal ones in the order in which they were started
+        Interval now{0};
+    };
+
+    class Handle final : public TimerHandle
+    {
+    public:
+        Handle(std::shared_ptr<Clock> clock, Interval interval, TimerCallback&& callback)
+            : m_clock{std::move(clock)}, m_interval{interval}, m_callback{std::move(callback)}
+        {}
+        ~Handle() override { stop(); }
+        Handle(const Handle&) = delete;
+        Handle& operator=(const Handle&) = delete;
+
+        bool start() override
+        {
+            restart();
+            m_running = true;
+            return true;
+        }
+
+        void stop() override
+        {
+            std::erase_if(m_clock->due, [this](const auto& entry) { return entry.second == this; });
+            m_running = false;
+        }
+
+        // As the real one, it leaves isRunning as it was.
+        void restart() override
+        {
+            const bool running = m_running;
+            stop();
+            m_clock->due.emplace(m_clock->now + m_interval, this);
+            m_running = running;
+        }
+
+        void modify(Interval interval) override
+        {
+            stop();
+            if (interval.count() >= 0) {
+                m_interval = interval;
+                start();
+            }
+        }
+
+        bool isRunning() override { return m_running; }
+
+        void expire()
+        {
+            stop();
+            const auto callback = m_callback; // the callback may destroy the handle
+            callback(static_cast<TimerHandle*>(this));
+        }
+
+    private:
+        const std::shared_ptr<Clock> m_clock;
+        Interval m_interval;
+        const TimerCallback m_callback;
+        bool m_running = false;
+    };
+
+    const std::shared_ptr<Clock> m_clock = std::make_shared<Clock>();
     std::vector<TimerHandlePtr> m_fireAndForget;
     bool m_refusing = false;
 };

@@ -14,17 +14,6 @@
 #include <vector>
 
 namespace test_support {
-namespace {
-
-void becomeRoot(uid_t user, gid_t group)
-{
-    std::ofstream{"/proc/self/setgroups"} << "deny";
-    std::ofstream{"/proc/self/uid_map"} << "0 " << user << " 1";
-    std::ofstream{"/proc/self/gid_map"} << "0 " << group << " 1";
-}
-
-} // namespace
-
 NetworkNamespace::NetworkNamespace() : m_before{::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC)}
 {
     if (!enter()) {
@@ -36,25 +25,24 @@ NetworkNamespace::NetworkNamespace() : m_before{::open("/proc/thread-self/ns/net
 
 NetworkNamespace::~NetworkNamespace()
 {
-    if (m_before >= 0) {
-        if (::setns(m_before, CLONE_NEWNET) != 0) {
-            // As root of a user namespace: there is no way back, and the process stays where it is.
-        }
-        ::close(m_before);
-    }
+    // A root of a user namespace has no way back; the process stays where it is.
+    [[maybe_unused]] const int refused = ::setns(m_before, CLONE_NEWNET);
+    ::close(m_before);
 }
 
 bool NetworkNamespace::enter()
 {
+    const auto user = ::geteuid();
+    const auto group = ::getegid();
     if (::unshare(CLONE_NEWNET) == 0) {
         return true;
     }
-    const auto user = ::geteuid();
-    const auto group = ::getegid();
     if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
         return false;
     }
-    becomeRoot(user, group);
+    std::ofstream{"/proc/self/setgroups"} << "deny";
+    std::ofstream{"/proc/self/uid_map"} << "0 " << user << " 1";
+    std::ofstream{"/proc/self/gid_map"} << "0 " << group << " 1";
     return true;
 }
 
@@ -71,15 +59,15 @@ void sendUdp(std::uint16_t port, std::size_t count, std::size_t payload)
     destination.sin6_addr = in6addr_loopback;
     destination.sin6_port = htons(port);
     const std::vector<char> bytes(payload);
-    for (std::size_t sent = 0; sent < count; ++sent) {
-        if (::sendto(socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&destination),
-                     sizeof destination) < 0)
-        {
-            ::close(socket);
-            throw std::runtime_error{std::string{"sendUdp: "} + std::strerror(errno)};
-        }
+    const auto* const address = reinterpret_cast<const sockaddr*>(&destination);
+    bool sent = true;
+    for (std::size_t number = 0; sent && number < count; ++number) {
+        sent = ::sendto(socket, bytes.data(), bytes.size(), 0, address, sizeof destination) >= 0;
     }
     ::close(socket);
+    if (!sent) {
+        throw std::runtime_error{"sendUdp"};
+    }
 }
 
 } // namespace test_support

@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <string>
 
+#include "iplbase/NonCopyable.h"
+
 namespace test_support {
 
 /// A network of its own, with only a loopback that is up, for the calling thread and the threads that it starts
 /// meanwhile. Destroying it leads the thread back; the network ends with its last socket. An ordinary user becomes root
 /// of a user namespace for it, which works only while the process has one thread and has no way back.
-class NetworkNamespace
+class NetworkNamespace : iplbase::NonCopyable
 {
 public:
     NetworkNamespace();
     ~NetworkNamespace();
-    NetworkNamespace(const NetworkNamespace&) = delete;
-    NetworkNamespace& operator=(const NetworkNamespace&) = delete;
 
     /// Whether the system permits it; if not, why says what it refused.
     bool entered() const { return m_why.empty(); }

@@ -1,50 +1,61 @@
 #pragma once
 
-#include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ipl/GlobalErrorHandler.h"
+#include "iplbase/NonCopyable.h"
 
 namespace test_support {
 
 /// What a fatal assertion becomes while RecordedErrors lives.
-class FatalAssertion : public std::exception
+struct FatalAssertion
 {
-public:
-    FatalAssertion(const ipl::GlobalErrorHandler::Place& where, const char* broken, const char* text)
-        : place{where}, expression{broken}, message{text}
-    {}
-
-    const char* what() const noexcept override { return expression.c_str(); }
-
-    const ipl::GlobalErrorHandler::Place place;
-    const std::string expression;
-    const std::string message;
+    std::string place; ///< "file:line function"
+    std::string expression;
+    std::string message;
 };
 
 /// Takes the place of the platform's error handlers while it lives: an allocation that fails is recorded and may be
-/// tried again at once, a fatal assertion throws FatalAssertion. One at a time.
-class RecordedErrors
+/// tried again at once, a fatal assertion throws FatalAssertion. One at a time; what it records comes from one thread.
+class RecordedErrors : iplbase::NonCopyable
 {
 public:
-    struct OutOfMemory
+    RecordedErrors()
     {
-        ipl::GlobalErrorHandler::Place place;
-        const char* message;
-    };
+        using Place = ipl::GlobalErrorHandler::Place;
+        s_records.clear();
+        ipl::GlobalErrorHandler::setOutOfMemHandler(
+            [](const Place& place, const char* message) { s_records.emplace_back(place, message); });
+        ipl::GlobalErrorHandler::setFatalHandler([](const Place& place, const char* expression, const char* message) {
+            throw FatalAssertion{text(place), expression, message};
+        });
+    }
 
-    RecordedErrors();
-    ~RecordedErrors();
-    RecordedErrors(const RecordedErrors&) = delete;
-    RecordedErrors& operator=(const RecordedErrors&) = delete;
+    ~RecordedErrors()
+    {
+        ipl::GlobalErrorHandler::setOutOfMemHandler(nullptr);
+        ipl::GlobalErrorHandler::setFatalHandler(nullptr);
+    }
 
-    /// The calls of the out-of-memory handler so far, from all threads; at most 1000 are kept.
-    std::vector<OutOfMemory> outOfMemory() const;
+    /// The calls of the out-of-memory handler so far, each "file:line function: message".
+    std::vector<std::string> outOfMemory() const
+    {
+        std::vector<std::string> all;
+        for (const auto& [place, message] : s_records) {
+            all.push_back(text(place) + ": " + message);
+        }
+        return all;
+    }
 
 private:
-    const ipl::GlobalErrorHandler::OutOfMemHandler m_outOfMemBefore;
-    const ipl::GlobalErrorHandler::FatalHandler m_fatalBefore;
+    static std::string text(const ipl::GlobalErrorHandler::Place& place)
+    {
+        return std::string{place.file} + ":" + std::to_string(place.line) + " " + place.function;
+    }
+
+    static inline std::vector<std::pair<ipl::GlobalErrorHandler::Place, const char*>> s_records;
 };
 
 } // namespace test_support

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "ChildProcess.h"
@@ -12,23 +16,50 @@ namespace test_support {
 class TestBus
 {
 public:
-    TestBus();
-    ~TestBus();
-    TestBus(const TestBus&) = delete;
-    TestBus& operator=(const TestBus&) = delete;
+    TestBus()
+    {
+        if (mkdtemp(m_directory.data()) == nullptr) {
+            throw std::runtime_error{"mkdtemp"};
+        }
+        const auto address = "unix:path=" + m_directory + "/bus";
+        std::filesystem::permissions(m_directory, std::filesystem::perms{0755});
+        std::ofstream{m_directory + "/bus.conf"} << "<busconfig><type>session</type><listen>" << address << R"(</listen>
+            <auth>EXTERNAL</auth>
+            <policy context="default">
+              <allow send_destination="*" eavesdrop="true"/>
+              <allow receive_sender="*"/><allow user="*"/><allow own="*"/>
+            </policy>
+            </busconfig>)";
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
+        start();
+    }
 
-    const std::string& address() const { return m_address; }
+    ~TestBus()
+    {
+        kill();
+        unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+        std::filesystem::remove_all(m_directory);
+    }
+
     const std::string& directory() const { return m_directory; }
     pid_t pid() const { return m_daemon->pid(); }
 
-    void start();
+    void start()
+    {
+        const std::vector<std::string> command{"dbus-daemon", "--config-file=" + m_directory + "/bus.conf", "--nofork",
+                                               "--nopidfile", "--print-address"};
+        // The bus daemon reports to service managers too; ours is not its.
+        m_daemon = std::make_unique<ChildProcess>(command, std::vector<std::string>{"NOTIFY_SOCKET="});
+        if (!m_daemon->waitForOutput("unix:path=")) {
+            throw std::runtime_error{"dbus-daemon does not start: " + m_daemon->output()};
+        }
+    }
 
     /// Kills the daemon without a warning.
-    void kill();
+    void kill() { m_daemon.reset(); }
 
 private:
-    std::string m_directory;
-    std::string m_address;
+    std::string m_directory = std::filesystem::temp_directory_path() / "ids-bus-XXXXXX";
     std::unique_ptr<ChildProcess> m_daemon;
 };
 

@@ -74,26 +74,6 @@ TEST_F(DaemonTest, TheServiceManagerIsToldAndItsWatchdogAnswered)
     EXPECT_TRUE(daemon.waitForOutput("Flush persistence"));
 }
 
-TEST_F(DaemonTest, TestCommandsReachTheCoreOnlyInADaemonStartedForTesting)
-{
-    ChildProcess daemon{kDaemonForTesting};
-    TestCore core;
-    ASSERT_TRUE(eventually([&] { return core.connected(); }));
-    EXPECT_EQ(outputOf(trigger("triggerRSTPEvent")), "b true\n");
-    EXPECT_EQ(outputOf(trigger("triggerV2XEvent")), "b true\n");
-    ASSERT_TRUE(eventually([&] { return core.events().size() == 4; }));
-    const auto events = core.events();
-    EXPECT_EQ(events[0].id, 0xD701);
-    EXPECT_EQ(events[0].context.size(), 8U);
-    EXPECT_EQ(events[3].id, 0);
-    daemon.signal(SIGTERM);
-    daemon.wait();
-
-    ChildProcess ordinary{kDaemon};
-    ASSERT_TRUE(ordinary.waitForOutput("registered service"));
-    EXPECT_THAT(outputOf(trigger("triggerRSTPEvent")), HasSubstr("failed"));
-}
-
 TEST_F(DaemonTest, ServiceAndCoreFindEachOtherAgainAfterTheBusHasDied)
 {
     ChildProcess daemon{kDaemonForTesting};

@@ -1,26 +1,56 @@
 #include "CFirewall.h"
 
+#include <algorithm>
 #include <chrono>
+#include <numeric>
+#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "CapturedLog.h"
+#include "Eventually.h"
 #include "FailingAllocation.h"
-#include "FirewallFakes.h"
 #include "ManualTimers.h"
-#include "NfLogGroup.h"
+#include "NetworkNamespace.h"
 #include "TestActiveObject.h"
+#include "ids/SEvent.h"
 
 using namespace std::chrono_literals;
 using namespace ids;
-using test_support::CapturedLog;
-using tracing::Level;
+using namespace test_support;
 
 namespace {
 
-constexpr auto kChannel = "CON_IDS_SENSOR_ETH";
+constexpr std::uint16_t kInvalidPortTcp = 0x000B;
+constexpr std::uint16_t kInvalidPortUdp = 0x000C;
 
-constexpr std::uint16_t kStatistics = 0x9711;
+using Ids = std::vector<std::uint16_t>;
+
+/// What the sensor reports and publishes, the latter as pairs of drop type and packet count. Used on the active object,
+/// or while it rests.
+struct Reports final : IIdsm, IIdsInformationAsiService
+{
+    using Info = std::shared_ptr<asi::connectivity::ids::FirewallDropPacketInfo>;
+
+    bool reportEvent(const std::shared_ptr<SEvent>& event) override
+    {
+        ids.push_back(event->eventId);
+        last = event;
+        return true;
+    }
+    void updateFirewallDropPacketInfo(const Info& info) override
+    {
+        updates.emplace_back(info->dropType, info->packetCount);
+    }
+    int numberInLast(std::size_t offset) const
+    {
+        return last->contextData.at(offset) * 256 + last->contextData.at(offset + 1);
+    }
+
+    Ids ids;
+    std::shared_ptr<SEvent> last;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> updates;
+};
 
 DroppedPackets packetsOf(const std::vector<std::uint16_t>& groups)
 {
@@ -28,160 +58,188 @@ DroppedPackets packetsOf(const std::vector<std::uint16_t>& groups)
     for (const auto group : groups) {
         packets.push_back(std::make_unique<SFirewallStatistics>());
         packets.back()->nflogGroup = group;
-        packets.back()->groupNumber = group;
-        packets.back()->groupTag = groupTag(group);
     }
     return packets;
 }
 
-/// The sensor on its active object. Its netlink task, once started, finds no rules and brings only empty batches.
+/// The sensor in a network of its own, where no packet is logged.
 class CFirewallTest : public ::testing::Test
 {
 protected:
-    using Ids = std::vector<std::uint16_t>;
-    using Updates = std::vector<RecordingInformation::Update>;
-
-    void SetUp() override
-    {
-        ao.run([this] { firewall = std::make_unique<CFirewall>(ao.factory(), information, idsm, timers); });
-    }
-    void TearDown() override
+    CFirewallTest() { make(); }
+    ~CFirewallTest() override
     {
         ao.run([this] { firewall.reset(); });
     }
-
-    void start()
-    {
-        ao.run([this] { firewall->start(); });
-    }
-    void drop(const std::vector<std::uint16_t>& groups)
-    {
-        ao.run([&] { firewall->onDroppedPackets(packetsOf(groups)); });
-    }
-    /// With the memory for one object missing, after so many that are there.
-    void dropWithoutMemory(const std::vector<std::uint16_t>& groups, unsigned after)
-    {
-        ao.run([&] {
-            auto packets = packetsOf(groups);
-            const test_support::FailingAllocation failing{test_support::FailingAllocation::Kind::throwing, 1, after};
-            firewall->onDroppedPackets(std::move(packets));
-        });
-    }
-    void advance(std::chrono::milliseconds time)
-    {
-        ao.run([&] { timers.advance(time); });
-    }
+    void make() { firewall = std::make_unique<CFirewall>(ao.factory(), reports, reports, timers); }
 
     CapturedLog log;
-    test_support::TestActiveObject ao;
-    test_support::ManualTimers timers;
-    RecordingInformation information;
-    RecordingIdsm idsm;
+    NetworkNamespace network;
+    TestActiveObject ao;
+    ManualTimers timers;
+    Reports reports;
     std::unique_ptr<CFirewall> firewall;
 };
 
-TEST_F(CFirewallTest, EachGroupHasItsEventsAndItsDropType)
+TEST_F(CFirewallTest, EachGroupHasItsEventsAndItsDropTypeAndEveryOtherIsInvalid)
 {
-    drop({9, 12, 17, 29, 30, 32});
-    EXPECT_EQ(idsm.ids(), (Ids{0x9712, 0x9701, 0x9704, 0x9709, 0x000B, 0x000C, 0x000E}));
-    EXPECT_EQ(information.updates, (Updates{{1, 1}, {2, 1}, {3, 1}, {0, 1}}));
-}
-
-TEST_F(CFirewallTest, BatchIsReportedInItsOrder)
-{
-    drop({29, 9, 29});
-    EXPECT_EQ(idsm.ids(), (Ids{0x000B, 0x9712, 0x9701, 0x000B}));
-    EXPECT_EQ(information.updates, (Updates{{2, 1}, {2, 1}}));
-}
-
-TEST_F(CFirewallTest, EveryOtherGroupIsReportedAsInvalidAndCounted)
-{
-    std::vector<std::uint16_t> groups;
-    for (std::uint32_t group = 0; group <= 0xFFFF; ++group) {
-        groups.push_back(static_cast<std::uint16_t>(group));
-    }
-    drop(groups);
-    EXPECT_EQ(idsm.ids().size(), 7U);
-    EXPECT_EQ(information.updates.size(), 4U);
-    EXPECT_EQ(log.count(kChannel, Level::error, "Invalid value for ENfLogGroup!"), 65530U);
-
-    start();
-    advance(10s);
-    EXPECT_EQ(log.count(kChannel, Level::progress, "Timer expired. Drop packet count: 65536"), 1U);
+    std::vector<std::uint16_t> groups(65537, 29);
+    std::iota(groups.begin(), groups.end() - 1, std::uint16_t{0});
+    ao.run([&] { firewall->onDroppedPackets(packetsOf(groups)); });
+    EXPECT_EQ(reports.ids, (Ids{0x9712, 0x9701, 0x9704, 0x9709, 0x000B, 0x000C, 0x000E, 0x000B}));
+    EXPECT_EQ(reports.updates, (decltype(reports.updates){{1, 1}, {2, 1}, {3, 1}, {0, 1}, {2, 1}}));
+    EXPECT_EQ(log.count("CON_IDS_SENSOR_ETH", tracing::Level::error, "Invalid value for ENfLogGroup!"), 65530U);
 }
 
 TEST_F(CFirewallTest, StatisticsGoOutEveryTenSecondsWithTheLowBitsOfTheCount)
 {
-    start();
-    advance(9999ms);
-    EXPECT_TRUE(idsm.ids().empty());
-    drop(std::vector<std::uint16_t>(70000, 5));
-    advance(1ms);
-    advance(10s);
-    EXPECT_EQ(idsm.ids(), (Ids{kStatistics, kStatistics}));
-    const auto countIn = [](const std::shared_ptr<SEvent>& event) {
-        return event->contextData.at(8) * 256 + event->contextData.at(9);
-    };
-    EXPECT_EQ(countIn(idsm.events()[0]), 4464);
-    EXPECT_EQ(countIn(idsm.events()[1]), 0);
-    EXPECT_EQ(log.count(kChannel, Level::progress, "Drop packet count: 70000"), 1U);
-    EXPECT_EQ(log.count(kChannel, Level::progress, "Drop packet count: 0"), 1U);
+    ao.run([this] {
+        firewall->start();
+        timers.advance(5s);
+        firewall->start(); // does not move the period
+        timers.advance(4999ms);
+        firewall->onDroppedPackets(packetsOf(std::vector<std::uint16_t>(70000, 5)));
+        EXPECT_TRUE(reports.ids.empty());
+        timers.advance(1ms);
+        EXPECT_EQ(reports.numberInLast(8), 4464);
+        timers.advance(10s);
+        EXPECT_EQ(reports.numberInLast(8), 0);
+        EXPECT_EQ(reports.ids, (Ids{0x9711, 0x9711}));
+    });
 }
 
-TEST_F(CFirewallTest, SecondStartDoesNotMoveThePeriod)
-{
-    start();
-    advance(5s);
-    start();
-    advance(5s);
-    EXPECT_EQ(idsm.ids(), Ids{kStatistics});
-    EXPECT_EQ(log.count(kChannel, Level::progress, "Start Firewall NFLOG."), 1U);
-}
-
-TEST_F(CFirewallTest, EventWithoutMemoryIsSkippedAndTheRestGoesOn)
-{
-    dropWithoutMemory({9, 29}, 0);
-    EXPECT_EQ(idsm.ids(), (Ids{0x9701, 0x000B}));
-}
-
-TEST_F(CFirewallTest, DropInformationWithoutMemoryIsNotSent)
-{
-    // The event takes four allocations; the fake's list of events has its room already.
-    drop({17, 17, 17});
-    dropWithoutMemory({29, 29}, 4);
-    EXPECT_EQ(idsm.ids().size(), 5U);
-    EXPECT_EQ(information.updates.size(), 1U);
-}
-
-TEST_F(CFirewallTest, WithoutATimerDropsAreReportedAllTheSame)
+TEST_F(CFirewallTest, WhateverLacksMemoryIsSkippedAndTheRestGoesOn)
 {
     ao.run([this] {
         timers.refuse();
-        firewall = std::make_unique<CFirewall>(ao.factory(), information, idsm, timers);
+        make();
+        firewall->start();
     });
-    start();
-    drop({29});
-    EXPECT_EQ(idsm.ids().size(), 1U);
+    reports.ids.reserve(100);
+    reports.updates.reserve(100);
+    for (unsigned after = 0; after < 13; ++after) { // three events take four allocations each, the information one
+        ao.run([&] {
+            auto packets = packetsOf({9, 29});
+            const FailingAllocation failing{FailingAllocation::Kind::throwing, 1, after};
+            firewall->onDroppedPackets(std::move(packets));
+        });
+        EXPECT_EQ(reports.ids.size() + reports.updates.size(), 3 * (after + 1)) << after;
+    }
 }
 
 TEST(CLossReportTest, FirstLossIsToldAtOnceAndTheRestOncePerInterval)
 {
-    CapturedLog log;
+    const CapturedLog log;
     CLossReport report{"storm"};
     const CLossReport::Clock::time_point start{};
-    report.count(start);
-    EXPECT_EQ(log.count(kChannel, Level::warning, "Dropped packets went unseen: storm (1 times)."), 1U);
-    for (int second = 1; second < 10; ++second) {
+    for (int second = 0; second < 10; ++second) {
         report.count(start + std::chrono::seconds{second});
     }
-    EXPECT_TRUE(report.waiting());
-    report.report(start + 9999ms);
     EXPECT_EQ(log.lines().size(), 1U);
     report.report(start + 10s);
-    EXPECT_EQ(log.count(kChannel, Level::warning, "(9 times)"), 1U);
+    EXPECT_TRUE(log.waitFor("Dropped packets went unseen: storm (9 times)."));
     EXPECT_FALSE(report.waiting());
-    report.report(start + 30s);
-    EXPECT_EQ(log.lines().size(), 2U);
+}
+
+/// The sensor against the kernel's packet filter. UDP port 5000 + n is dropped and logged to group n.
+class FirewallAndKernelTest : public CFirewallTest
+{
+protected:
+    void SetUp() override
+    {
+        if (!network.entered()) {
+            GTEST_SKIP() << network.why();
+        }
+        ASSERT_TRUE(network.run("nft add table ip6 t && "
+                                "nft add chain ip6 t in '{ type filter hook input priority 0; }' && "
+                                "for group in 9 12 29 30 32; do "
+                                "nft add rule ip6 t in udp dport $((5000 + group)) log group $group drop; done"));
+        listen();
+    }
+    void listen()
+    {
+        ao.run([this] { firewall->start(); });
+        arrivesAfterSending(5030, kInvalidPortUdp);
+        std::this_thread::sleep_for(1200ms); // what is left of this leaves the kernel within a second
+        ao.run([this] { reports.ids.clear(); });
+    }
+    void arrivesAfterSending(std::uint16_t port, std::uint16_t id)
+    {
+        EXPECT_TRUE(eventually([&] {
+            sendUdp(port, 1);
+            std::this_thread::sleep_for(100ms);
+            return countOf(id) > 0;
+        }));
+    }
+    std::size_t countOf(std::uint16_t id) const
+    {
+        std::ptrdiff_t count = 0;
+        ao.run([&] { count = std::count(reports.ids.begin(), reports.ids.end(), id); });
+        return static_cast<std::size_t>(count);
+    }
+};
+
+TEST_F(FirewallAndKernelTest, DropsOfTheBoundGroupsAreReportedOnceEachAndAPacketTooLargeIsOnlyMissed)
+{
+    sendUdp(5030, 1, 20000);
+    EXPECT_TRUE(log.waitFor("Dropped packets went unseen: datagram cut or malformed (1 times)."));
+    for (const auto port : std::vector<std::uint16_t>{5029, 5030, 5009, 5012}) {
+        sendUdp(port, 1);
+    }
+    for (const auto id : Ids{0x000B, 0x000C, 0x9712, 0x9701}) {
+        EXPECT_TRUE(eventually([&] { return countOf(id) == 1; })) << id;
+    }
+    EXPECT_EQ(reports.ids.size(), 4U);
+}
+
+TEST_F(FirewallAndKernelTest, NoPacketOfABurstIsLost)
+{
+    sendUdp(5030, 50000);
+    EXPECT_TRUE(eventually([&] { return countOf(kInvalidPortUdp) == 50000; }));
+    EXPECT_EQ(reports.numberInLast(47), 5030) << "the destination";
+    EXPECT_EQ(log.count("CON_IDS_SENSOR_ETH", tracing::Level::warning, "receive buffer overrun"), 0U);
+}
+
+TEST_F(FirewallAndKernelTest, OverrunIsReportedAndSurvived)
+{
+    const std::size_t flood = 40000; // of large packets: far more than the kernel's buffer and 64 batches hold
+    ao.run([&] { sendUdp(5030, flood, 1400); });
+    ASSERT_TRUE(log.waitFor("Dropped packets went unseen: receive buffer overrun (1 times)."));
+    arrivesAfterSending(5029, kInvalidPortTcp);
+    EXPECT_GT(countOf(kInvalidPortUdp), 0U);
+    EXPECT_LT(countOf(kInvalidPortUdp), flood);
+}
+
+TEST_F(FirewallAndKernelTest, GroupsHeldByAnotherLeadToTheEndOfTheReading)
+{
+    auto first = std::move(firewall);
+    ao.run([&] {
+        make();
+        firewall->start();
+    });
+    EXPECT_TRUE(log.waitFor("Unbind IP address family."));
+    ao.run([&] { firewall = std::move(first); });
+    arrivesAfterSending(5030, kInvalidPortUdp);
+}
+
+TEST_F(FirewallAndKernelTest, DestructionIsPromptInEveryState)
+{
+    const auto destroy = [this](const char* state) {
+        const auto start = std::chrono::steady_clock::now();
+        firewall.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms) << state;
+        make();
+    };
+    ao.run([&] {
+        destroy("waiting");
+        firewall->start();
+        destroy("just started");
+    });
+    listen();
+    ao.run([&] {
+        sendUdp(5030, 20000);
+        destroy("the active object lags");
+    });
 }
 
 } // namespace
