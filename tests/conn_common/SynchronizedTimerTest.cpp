@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -9,15 +10,12 @@
 #include "Eventually.h"
 #include "TestActiveObject.h"
 #include "conn_common/SynchronizedTimerFactory.h"
-#include "ipl/ErrorStorage.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using common_::SynchronizedTimerFactory;
 using Clock = std::chrono::steady_clock;
-
-constexpr auto kChannel = "CON_COMMON_TIMER";
 
 void spin(std::chrono::microseconds time)
 {
@@ -37,18 +35,14 @@ struct SynchronizedTimer : testing::Test
 
     bool expired(int times) const
     {
-        return test_support::eventually([&] {
-            int now = 0;
-            ao.run([&] { now = expiries; });
-            return now == times;
-        });
+        return test_support::eventually([&] { return expiries == times; });
     }
 
     const test_support::CapturedLog log;
     const test_support::TestActiveObject ao;
     std::unique_ptr<SynchronizedTimerFactory> timers = std::make_unique<SynchronizedTimerFactory>(ao.factory());
     SynchronizedTimerFactory::TimerHandlePtr timer;
-    int expiries = 0;
+    std::atomic<int> expiries{0};
     const SynchronizedTimerFactory::TimerCallback countExpiry = [this](void*) { ++expiries; };
 };
 
@@ -81,24 +75,12 @@ TEST_F(SynchronizedTimer, RestartAndModifyMoveTheExpiryAndStopPreventsIt)
         timer->stop();
     });
     std::this_thread::sleep_for(50ms);
-    ao.run([&] { timer->modify(1ms); });
-    EXPECT_TRUE(expired(2));
-}
-
-TEST_F(SynchronizedTimer, RefusedIntervalStopsOrIsAnEmptyHandleAndALine)
-{
     ao.run([&] {
-        timer = timers->createStartedTimer(1h, countExpiry);
-        timer->modify(-1ms);
+        timer->modify(-1ms); // refused
         EXPECT_FALSE(timer->isRunning());
-        EXPECT_FALSE(timers->createTimer(-5ms, countExpiry));
-        EXPECT_FALSE(ipl::ErrorStorage::pending());
+        timer->modify(1ms);
     });
-    EXPECT_EQ(
-        log.count(kChannel, tracing::Level::warning,
-                  "TIMERS::createTimer(240): IPL error at conn_common/src/SynchronizedTimer:240! Could not create "
-                  "timer (interval=18446744073709551611ms)!,reason=negative timer interval"),
-        1U);
+    EXPECT_TRUE(expired(2));
 }
 
 TEST_F(SynchronizedTimer, FireAndForgetRunsOnceAndIsDestroyedAfterwards)
@@ -115,41 +97,20 @@ TEST_F(SynchronizedTimer, FireAndForgetRunsOnceAndIsDestroyedAfterwards)
     EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST_F(SynchronizedTimer, DestroyedHandleIsNeverCalled)
+TEST_F(SynchronizedTimer, TimersAndTheirFactoryMayEndWhileTheyExpireAndAreSilentAfterwards)
 {
-    bool destroyed = false;
-    bool late = false;
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 600; ++round) {
         ao.run([&] {
-            destroyed = false;
-            timer = timers->createStartedTimer(round % 2 * 1ms, [&](void*) {
-                ++expiries;
-                late = late || destroyed;
-            });
-        });
-        spin(round % 50 * 30us); // where on the expiry's way the destruction falls
-        ao.run([&] {
+            timer = timers->createStartedTimer(0ms, countExpiry);
+            timers->createFaFTimer(0ms, countExpiry);
+            spin(round % 100 * 2us); // where on the expiry's way the destruction falls
             timer.reset();
-            destroyed = true;
-        });
-        ao.drain();
-    }
-    EXPECT_FALSE(late);
-    EXPECT_GT(expiries, 0) << "no timer expired in time to meet its destruction";
-}
-
-TEST_F(SynchronizedTimer, FactoryMayEndWhileTimersExpire)
-{
-    for (int round = 0; round < 300; ++round) {
-        ao.run([&] {
-            timers->createFaFTimer(0ms, countExpiry);
-            timers->createFaFTimer(0ms, countExpiry);
-            spin(round % 100 * 1us);
             timers = std::make_unique<SynchronizedTimerFactory>(ao.factory());
         });
     }
     ao.drain();
     EXPECT_EQ(expiries, 0);
+    EXPECT_GT(log.count("CON_COMMON_TIMER", tracing::Level::detail, "execute"), 0U) << "none expired";
 }
 
 } // namespace

@@ -12,7 +12,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using util::TimerGroup;
 
 struct TimerGroupTest : testing::Test, util::TimerCallbackBase
 {
@@ -28,7 +27,7 @@ struct TimerGroupTest : testing::Test, util::TimerCallbackBase
 
     std::mutex mutex;
     std::vector<std::uint64_t> expired;
-    TimerGroup group{1, 6};
+    util::TimerGroup group{1, 6};
 };
 
 TEST_F(TimerGroupTest, TimersExpireInTheOrderOfTheirTimesUnlessTheyAreStopped)
@@ -56,7 +55,7 @@ TEST_F(TimerGroupTest, IdsComeBackInTurnAndRunOut)
     for (std::uint64_t id = 1; id <= 6; ++id) {
         EXPECT_EQ(add(1h), id);
     }
-    EXPECT_EQ(add(1h), TimerGroup::kNoTimer);
+    EXPECT_EQ(add(1h), util::TimerGroup::kNoTimer);
     EXPECT_STREQ(ipl::ErrorStorage::reason(), "all 6 timer ids are in use");
     ipl::ErrorStorage::ack();
     group.removeTimer(1);

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <memory>
 
+#include "CIdsCore.h"
 #include "CIdsCoreAsiService.h"
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "Eventually.h"
 #include "FailingAllocation.h"
+#include "ManualTimers.h"
 #include "RecordedErrors.h"
 #include "TestActiveObject.h"
 #include "TestBus.h"
@@ -20,6 +22,7 @@ using asi::connectivity::idscore::SecEvent;
 using testing::HasSubstr;
 using tracing::Level;
 
+/// Listens behind the core link, as the daemon's manager does.
 struct CountingListener final : common_::ListenerBase<ids::IIdsCoreServiceListener>
 {
     void onIdsCoreConnected() override { ++connections; }
@@ -30,11 +33,14 @@ struct CIdsCoreAsiServiceTest : testing::Test
 {
     CIdsCoreAsiServiceTest()
     {
-        activeObject.run([this] { service.addListener(&listener); });
+        activeObject.run([this] {
+            service.addListener(&link);
+            link.addListener(&listener);
+        });
     }
     ~CIdsCoreAsiServiceTest() override
     {
-        activeObject.run([this] { service.removeListener(&listener); });
+        activeObject.run([this] { service.removeListener(&link); });
     }
 
     bool send(std::uint16_t id)
@@ -63,6 +69,8 @@ struct CIdsCoreAsiServiceTest : testing::Test
     TestActiveObject activeObject;
     CountingListener listener;
     ids::CIdsCoreAsiService service{activeObject.factory()};
+    ManualTimers timers;
+    ids::CIdsCore link{service, timers};
 };
 
 TEST_F(CIdsCoreAsiServiceTest, AConnectedCoreGetsEventsAndListenersLearnOfEveryConnection)

@@ -49,19 +49,6 @@ util::SharedPtr<asi::someip::oru::services::idssecurityevent::v2::DT_securityEve
     return made;
 }
 
-TEST_F(CIdsCoreTest, AnEventGoesOutAsItsFourBlocks)
-{
-    const auto event = event_factory::createEvent<SEvent_KeepAlive>(5);
-    EXPECT_TRUE(core.sendEvent(*event));
-    ASSERT_EQ(service.sent.size(), 1U);
-    const auto& sent = *service.sent[0];
-    EXPECT_THAT(*sent.eventFrame, ElementsAre(0x13, 0x0C, 0x40, 0x80, 0x00, 0x00, 0x01, 0x00));
-    EXPECT_THAT(*sent.contextData, ElementsAre(0x80, 0x00, 0x04, 0x00, 0x00, 0x00, 0x05));
-    EXPECT_EQ(*sent.timestamp, event->timestamp);
-    EXPECT_EQ(sent.eventId, 0x8000);
-    EXPECT_EQ(log.count("CON_IDS_CORE", Level::detail, "Send event (ID: 0x8000)."), 1U);
-}
-
 TEST_F(CIdsCoreTest, ARawEventIsCutIntoFrameTimestampAndContext)
 {
     Bytes raw(18);
@@ -105,7 +92,7 @@ TEST_F(CIdsCoreTest, SomeIpRecordsGoOutOneByOneWithoutAnIdUntilTheFirstNullEntry
     EXPECT_EQ(service.sent[1]->eventId, 0);
 }
 
-TEST_F(CIdsCoreTest, WithoutMemoryForThePayloadAnEmptyOneIsHandedOver)
+TEST_F(CIdsCoreTest, AnEventGoesOutAsItsBlocksOrAsNothingWithoutMemoryForThem)
 {
     const auto event = event_factory::createEvent<SEvent_KeepAlive>(1);
     for (unsigned after = 0; after < 4; ++after) {
@@ -113,14 +100,10 @@ TEST_F(CIdsCoreTest, WithoutMemoryForThePayloadAnEmptyOneIsHandedOver)
         EXPECT_FALSE(core.sendEvent(*event));
     }
     EXPECT_THAT(service.sent, testing::Each(testing::IsNull()));
-    EXPECT_EQ(service.sent.size(), 4U);
+    EXPECT_TRUE(core.sendEvent(*event));
+    EXPECT_EQ(*service.sent.back()->contextData, event->contextData);
+    EXPECT_EQ(service.sent.back()->eventId, 0x8000);
 }
-
-struct CountingListener final : common_::ListenerBase<IIdsCoreServiceListener>
-{
-    void onIdsCoreConnected() override { ++connections; }
-    int connections = 0;
-};
 
 TEST_F(CIdsCoreTest, AMissingCoreIsReportedOnceAfterThirtySeconds)
 {
@@ -130,14 +113,11 @@ TEST_F(CIdsCoreTest, AMissingCoreIsReportedOnceAfterThirtySeconds)
     EXPECT_EQ(log.count("CON_IDS_CORE", Level::warning, "IDS Core didn't connect!"), 1U);
 }
 
-TEST_F(CIdsCoreTest, EveryConnectionIsPassedOnAndTheFirstSilencesTheWarning)
+TEST_F(CIdsCoreTest, TheFirstConnectionSilencesTheWarning)
 {
-    CountingListener listener;
     service.addListener(&core);
-    core.addListener(&listener);
     service.notify(&IIdsCoreServiceListener::onIdsCoreConnected);
     service.notify(&IIdsCoreServiceListener::onIdsCoreConnected);
-    EXPECT_EQ(listener.connections, 2);
     timers.advance(60s);
     EXPECT_EQ(log.count("CON_IDS_CORE", Level::warning, "IDS Core didn't connect!"), 0U);
     EXPECT_EQ(log.count("CON_IDS_CORE", Level::milestone, "IDS Core connected."), 2U);

@@ -31,20 +31,13 @@ void setGnssTime(std::uint64_t milliseconds)
     CGnssManager::getInstance()->updatePosition(position, true);
 }
 
-std::shared_ptr<SEvent> blockedConnections()
-{
+constexpr auto blockedConnections = [] {
     return event_factory::createEvent<SEvent_Firewall_BlockedConnections>(SFirewallStatistics{});
-}
-
-std::shared_ptr<SEvent> resourceConsumption()
-{
-    return event_factory::createEvent<SEvent_ResourceConsumption>(SProcess{});
-}
-
-std::shared_ptr<SEvent> dropTcp()
-{
+};
+constexpr auto resourceConsumption = [] { return event_factory::createEvent<SEvent_ResourceConsumption>(SProcess{}); };
+constexpr auto dropTcp = [] {
     return event_factory::createEvent<SEvent_Firewall_DropInvPortTCP>(SFirewallStatistics{});
-}
+};
 
 std::uint32_t keepAliveCounter(const SEvent& event)
 {
@@ -93,18 +86,6 @@ TEST_F(CIdsmTest, ALimpingIdDoesNotHoldUpOthersAndItsQueueKeepsItsOrder)
     EXPECT_THAT(core.ids(), ElementsAre(0x9712, 0x000B));
     timers.advance(1000ms);
     EXPECT_THAT(core.ids(), ElementsAre(0x9712, 0x000B, 0x9712, 0x000B));
-}
-
-TEST_F(CIdsmTest, TheCountOfASecondWrapsAt256)
-{
-    core.connected = false;
-    for (int i = 0; i < 255; ++i) {
-        dispatcher.reportEvent(blockedConnections());
-    }
-    core.connected = true;
-    EXPECT_TRUE(dispatcher.reportEvent(blockedConnections()));
-    EXPECT_TRUE(dispatcher.reportEvent(blockedConnections()));
-    EXPECT_FALSE(dispatcher.reportEvent(blockedConnections()));
 }
 
 TEST_F(CIdsmTest, ResourceReportsAreNeverThrottled)

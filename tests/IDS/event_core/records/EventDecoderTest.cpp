@@ -2,35 +2,14 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 
 #include <gtest/gtest.h>
-
-#include "event_factory.h"
 
 namespace {
 
 using namespace ids;
 using namespace ids::event_decoder;
 using Bytes = std::vector<std::uint8_t>;
-
-TEST(EventDecoder, GivesBackWhatTheEventWasMadeFrom)
-{
-    SFirewallStatistics drop;
-    drop.packetCount = 0x1203;
-    drop.time = 1'700'000'123'456;
-    drop.sourceAddress = Bytes(16, 0xFD);
-    const auto event = event_factory::createEvent<SEvent_Firewall_Statistics>(drop);
-    const auto decoded = decodeContext(event->eventId, event->contextData);
-    const auto field = [&decoded](std::string_view name) {
-        return *std::ranges::find(decoded.fields, name, [](const DecodedField& found) { return found.layout().name; });
-    };
-    EXPECT_EQ(field("length").integer(), 0x80'00C5U);
-    EXPECT_EQ(field("packetCount").integer(), 0x1203U);
-    EXPECT_EQ(field("time").time(), (STimestamp{.nanoseconds = 456'000'000, .seconds = 1'700'000'123}));
-    EXPECT_EQ(field("interfaceName").text(), "eth0.connect");
-    EXPECT_TRUE(std::ranges::equal(field("sourceAddress").bytes(), drop.sourceAddress));
-}
 
 TEST(EventDecoder, AnyBytesOfAnyLengthAreReadAsFarAsTheyGo)
 {
@@ -79,25 +58,14 @@ TEST(EventDecoder, FrameHeaderGivesEveryBitToItsFieldAndShortBlocksAreRefused)
     }
 }
 
-TEST(EventCatalogue, KnowsAllEventsAndNamesTheirFieldsApart)
+TEST(EventCatalogue, KnowsTheSizesOfAllEvents)
 {
-    std::size_t fields = 0;
     std::size_t bytes = 0;
-    std::size_t neverDashes = 0;
-    std::set<std::pair<std::string_view, std::string_view>> names;
     for (const auto& event : event_catalogue::events()) {
-        EXPECT_EQ(contextDataSize(event.eventId), event.contextDataSize);
         bytes += event.contextDataSize;
-        for (const SFieldLayout& field : event.fields) {
-            names.emplace(event.name, field.name);
-            neverDashes += field.kind == EFieldKind::characters ? 1 : 0;
-            ++fields;
-        }
     }
     EXPECT_EQ(event_catalogue::events().size(), 31U);
     EXPECT_EQ(bytes, 2720U);
-    EXPECT_EQ(names.size(), fields);
-    EXPECT_EQ(neverDashes, 2U) << "of all texts";
 }
 
 } // namespace

@@ -1,4 +1,3 @@
-#include <cmath>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -9,9 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "CGnssManager.h"
-#include "CapturedLog.h"
-#include "FailingAllocation.h"
-#include "bootTime.h"
 #include "event_factory.h"
 
 namespace {
@@ -218,48 +214,12 @@ TEST(EventRecords, CpuSharesAreRoundedAndTruncatedAndSaturate)
     EXPECT_EQ(shares(65536.6), (std::pair{1, 0}));
     EXPECT_EQ(shares(1e300), (std::pair{0xFFFF, 0xFFFF}));
     EXPECT_EQ(shares(-7.9), (std::pair{0, 0}));
-    EXPECT_EQ(shares(std::nan("")), (std::pair{0, 0}));
 }
 
-TEST(EventRecords, TimesAreThoseOfTheirClocks)
+TEST(EventRecords, TimestampIsTheGnssTime)
 {
-    setGnssTime(0);
-    EXPECT_EQ(createEvent<SEvent_KeepAlive>(1)->timestamp, Bytes(8));
     setGnssTime(((std::uint64_t{1} << 32) + 2) * 1000 + 999);
     EXPECT_EQ(createEvent<SEvent_KeepAlive>(1)->timestamp, (Bytes{0x3B, 0x8B, 0x87, 0xC0, 0, 0, 0, 2}));
-    Bytes tooShort(7, 0xEE);
-    stamp(tooShort, kTime);
-    EXPECT_EQ(tooShort, Bytes(7, 0xEE));
-
-    const std::uint32_t before = millisecondsSinceBoot();
-    const std::uint32_t created = createEvent<SEvent_KeepAlive>(1)->creationTime;
-    EXPECT_LE(created - before, millisecondsSinceBoot() - before);
-}
-
-TEST(EventRecords, WithoutMemoryThereIsNoEventButALogLine)
-{
-    for (unsigned succeeding = 0; succeeding < 4; ++succeeding) {
-        const test_support::CapturedLog log;
-        const test_support::FailingAllocation failing{test_support::FailingAllocation::Kind::throwing, 1, succeeding};
-        EXPECT_EQ(createEvent<SEvent_KeepAlive>(1), nullptr);
-        EXPECT_EQ(log.count("CON_IDS_EVENT", tracing::Level::error, "): Can't create event structure!"), 1U);
-    }
-}
-
-constexpr auto kUnknown = eventLayout<std::uint32_t>("Unknown", 0xD703, field::integer("value", 7, 4, std::identity{}));
-constexpr auto kMisfit = eventLayout<std::uint32_t>("Misfit", 0xD701, field::integer("value", 7, 4, std::identity{}));
-
-TEST(EventRecords, WhatDoesNotFitItsIdStaysEmpty)
-{
-    setGnssTime(kTime);
-    const test_support::CapturedLog log;
-    const auto unknown = createEvent<EventRecord<kUnknown>>(7);
-    EXPECT_TRUE(unknown->contextData.empty());
-    EXPECT_EQ(unknown->eventFrame, Bytes(8));
-    EXPECT_EQ(unknown->timestamp, Bytes(8));
-    EXPECT_EQ(log.count("CON_IDS_EVENT", tracing::Level::error, "): Invalid event ID! (ID: 55043)"), 1U);
-
-    EXPECT_EQ(createEvent<EventRecord<kMisfit>>(7)->contextData, context(46, {number(0, 39)}).filled);
 }
 
 TEST(EventRecords, DescriptorDecidesOnFlagsLengthAndHeader)
