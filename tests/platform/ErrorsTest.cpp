@@ -41,15 +41,6 @@ TEST(ErrorStorage, ErrorReplacedBeforeAcknowledgementIsHandedToTheAction)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "unacknowledged platform error 1: first\n");
 }
 
-TEST(GlobalErrorHandler, OutOfMemoryIsReportedAndPausesByDefault)
-{
-    testing::internal::CaptureStderr();
-    const auto begin = std::chrono::steady_clock::now();
-    GlobalErrorHandler::doOutOfMem("a/b", 12, "make", "no room");
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds{10});
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "out of memory: a/b:12 make: no room\n");
-}
-
 TEST(GlobalErrorHandlerDeathTest, FatalErrorsEndTheProcessEvenWhenTheHandlerReturns)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -22,7 +22,7 @@ using namespace asi::connectivity::idscore;
 class CoreMonitorTest : public testing::Test, protected IdsSecurityEventsSAttr
 {
 protected:
-    ~CoreMonitorTest() override { unregisterInstance(); }
+    void TearDown() override { unregisterInstance(); }
 
     bool provide() { return !registerInstance(1, m_activeObject.factory()); }
     bool isConnected(int times) const

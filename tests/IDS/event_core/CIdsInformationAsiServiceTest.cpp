@@ -17,6 +17,7 @@ struct OnTheBus : ids::CIdsInformationAsiService
     {
         EXPECT_FALSE(registerInstance(1, factory));
     }
+    using CIdsInformationAsiService::unregisterInstance; // before the destruction begins, on another thread
 };
 
 TEST(CIdsInformationAsiServiceTest, TheAttributeIsAbsentAndInvalidUntilItsFirstUpdate)
@@ -38,6 +39,7 @@ TEST(CIdsInformationAsiServiceTest, TheAttributeIsAbsentAndInvalidUntilItsFirstU
         service.updateFirewallDropPacketInfo(std::make_shared<asi::connectivity::ids::FirewallDropPacketInfo>(info));
     });
     EXPECT_EQ(outputOf(read), "(a(uu)b) 1 2 1 true\n");
+    service.unregisterInstance();
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <linux/netfilter/nfnetlink_log.h>
 #include <linux/netlink.h>
 #include <numeric>
@@ -8,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "CNfLogExchange.h"
+#include "NlHelpers.h"
 
 using namespace ids;
 using Bytes = std::vector<std::uint8_t>;
@@ -97,6 +101,17 @@ TEST(NfLogDatagramTest, DatagramCutAtAnyByteGivesTheWholePacketsAndSaysSo)
     }
 }
 
+TEST(NfLogDatagramTest, NeitherMessageLengthsNorTheCountOfValidBytesAreBelieved)
+{
+    for (std::uint32_t length = 0; length <= 64; ++length) {
+        auto bytes = Datagram{}.reply(1, 0).reply(2, 0).bytes;
+        std::memcpy(bytes.data() + 36, &length, sizeof length);
+        const std::size_t expected = length >= 16 && length <= 36 ? 2 : 1;
+        EXPECT_EQ(IDS::NlHelpers::getNlMsgHdrs(bytes, 4096).size(), expected) << length;
+        EXPECT_EQ(IDS::NlHelpers::getNlMsgHdrs(bytes, 36 + length).size(), expected) << "unpadded " << length;
+    }
+}
+
 TEST(NfLogDatagramTest, RandomDamageIsSurvived)
 {
     const auto whole = Datagram{}.packet(29).packet(9).bytes;
@@ -109,6 +124,19 @@ TEST(NfLogDatagramTest, RandomDamageIsSurvived)
         }
         EXPECT_LE(parse(bytes).packets.size(), bytes.size() / 16);
     }
+}
+
+TEST(NfLogDatagramTest, CorpusOfTheFuzzersIsSurvived)
+{
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator{FUZZ_CORPUS}) {
+        if (entry.is_regular_file()) {
+            std::ifstream file{entry.path(), std::ios::binary};
+            parse({std::istreambuf_iterator<char>{file}, {}});
+            ++files;
+        }
+    }
+    EXPECT_GT(files, 0U);
 }
 
 class CNfLogExchangeTest : public ::testing::Test
