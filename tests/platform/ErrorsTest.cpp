@@ -28,19 +28,6 @@ TEST(ErrorStorage, KeepsTheThreadsOwnReasonUntilItIsAcknowledged)
     EXPECT_STREQ(ErrorStorage::reason(), "no error");
 }
 
-TEST(ErrorStorage, ErrorReplacedBeforeAcknowledgementIsHandedToTheAction)
-{
-    testing::internal::CaptureStdout();
-    {
-        const ErrorStorage storage{&ErrorStorage::action_dump_to_stdout};
-        ErrorStorage::set(1, "first");
-        ErrorStorage::set(2, "second");
-    }
-    ErrorStorage::set(3, "third"); // the action ended with its object
-    ErrorStorage::ack();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "unacknowledged platform error 1: first\n");
-}
-
 TEST(GlobalErrorHandlerDeathTest, FatalErrorsEndTheProcessEvenWhenTheHandlerReturns)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -33,7 +33,7 @@ public:
 
     TimerHandlePtr createTimer(Interval interval, TimerCallback&& callback) override
     {
-        const bool refused = m_refusing || interval.count() < 0;
+        const bool refused = interval.count() < 0;
         return refused ? nullptr : std::make_unique<Handle>(m_clock, interval, std::move(callback));
     }
 
@@ -62,9 +62,6 @@ public:
         }
         m_clock->now = end;
     }
-
-    /// From now on createTimer and createStartedTimer give empty handles, createFaFTimer does nothing.
-    void refuse() { m_refusing = true; }
 
 private:
     class Handle;
@@ -134,7 +131,6 @@ private:
 
     const std::shared_ptr<Clock> m_clock = std::make_shared<Clock>();
     std::vector<TimerHandlePtr> m_fireAndForget;
-    bool m_refusing = false;
 };
 
 } // namespace test_support

@@ -1,3 +1,4 @@
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "CGnssManager.h"
+#include "CapturedLog.h"
+#include "FailingAllocation.h"
 #include "event_factory.h"
 
 namespace {
@@ -227,6 +230,20 @@ TEST(EventRecords, DescriptorDecidesOnFlagsLengthAndHeader)
     const SEvent bare{SEventDescriptor{false, 0x8000, 255, false, false}};
     EXPECT_EQ(bare.eventFrame, (Bytes{0x10, 0x3F, 0xC0, 0x80, 0x00, 0x00, 0x01, 0x00}));
     EXPECT_EQ(bare.contextData, Bytes(7));
+}
+
+constexpr auto kUnknown = eventLayout<std::uint32_t>("Unknown", 0xD703, field::integer("value", 7, 4, std::identity{}));
+
+TEST(EventRecords, AnUnknownIdStaysEmptyAndALackOfMemoryGivesNoEventBothWithALine)
+{
+    const test_support::CapturedLog log;
+    const auto unknown = createEvent<EventRecord<kUnknown>>(7);
+    EXPECT_TRUE(unknown->contextData.empty());
+    EXPECT_EQ(unknown->eventFrame, Bytes(8));
+    EXPECT_EQ(log.count("CON_IDS_EVENT", tracing::Level::error, "): Invalid event ID! (ID: 55043)"), 1U);
+    const test_support::FailingAllocation failing{test_support::FailingAllocation::Kind::throwing, 1, 2};
+    EXPECT_EQ(createEvent<SEvent_KeepAlive>(1), nullptr);
+    EXPECT_EQ(log.count("CON_IDS_EVENT", tracing::Level::error, "): Can't create event structure!"), 1U);
 }
 
 } // namespace
