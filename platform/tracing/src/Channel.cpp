@@ -13,6 +13,8 @@
 namespace tracing {
 namespace {
 
+constexpr std::size_t kMostText = 1152;
+
 constinit Channel* g_first = nullptr;
 constinit std::array<std::atomic<ISink*>, sinkSlots> g_sinks{};
 
@@ -104,7 +106,7 @@ Channel::Channel(const char* name, unsigned sinks, int threshold) noexcept
 void Channel::write(Level level, const char* className, const char* operation, int line, const char* format,
                     ...) const noexcept
 {
-    std::array<char, 1152> text;
+    std::array<char, kMostText> text;
     const auto clamp = [&text](int length) {
         return static_cast<std::size_t>(std::clamp(length, 0, static_cast<int>(text.size()) - 1));
     };
@@ -117,11 +119,21 @@ void Channel::write(Level level, const char* className, const char* operation, i
     used = clamp(static_cast<int>(used) + std::max(std::vsnprintf(text.data() + used, room, format, args), 0));
     va_end(args);
 
-    std::replace_if(
-        text.begin(), text.begin() + static_cast<std::ptrdiff_t>(used),
-        [](char byte) { return std::iscntrl(static_cast<unsigned char>(byte)) != 0; }, '?');
+    emit(level, text.data(), used);
+}
 
-    const Line out{m_name, level, {text.data(), used}};
+void Channel::writeText(Level level, std::string_view text) const noexcept
+{
+    std::array<char, kMostText> copy;
+    emit(level, copy.data(), text.copy(copy.data(), copy.size()));
+}
+
+void Channel::emit(Level level, char* text, std::size_t size) const noexcept
+{
+    std::replace_if(
+        text, text + size, [](char byte) { return std::iscntrl(static_cast<unsigned char>(byte)) != 0; }, '?');
+
+    const Line out{m_name, level, {text, size}};
     for (unsigned slot = 0; slot < sinkSlots; ++slot) {
         if (ISink* const sink = g_sinks[slot].load(std::memory_order_acquire);
             sink != nullptr && (m_sinks & (1U << slot)) != 0) {

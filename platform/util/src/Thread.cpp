@@ -1,8 +1,11 @@
 #include "util/Thread.h"
 
 #include <cerrno>
+#include <mutex>
 #include <pthread.h>
+#include <sys/eventfd.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 #include "ipl/ErrorStorage.h"
@@ -13,10 +16,19 @@ Thread::Thread(std::string name, std::function<void()> function)
     : m_name{std::move(name), 0, 15}, m_function{std::move(function)}
 {}
 
+Thread::Thread(std::string name, IRunnableT<Thread const* const>& runnable)
+    : Thread{std::move(name), [this, &runnable] { runnable.run(this); }}
+{
+    m_stateDescriptor = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+}
+
 Thread::~Thread()
 {
     requestStop();
     join();
+    if (m_stateDescriptor >= 0) {
+        ::close(m_stateDescriptor);
+    }
 }
 
 bool Thread::start()
@@ -33,6 +45,46 @@ bool Thread::start()
     }
     pthread_setname_np(m_thread.native_handle(), m_name.c_str());
     return false;
+}
+
+bool Thread::requestStateChange(State state)
+{
+    if (!m_thread.joinable()) {
+        ipl::ErrorStorage::set(ESRCH, "thread %s is not started", m_name.c_str());
+        return true;
+    }
+    if (stopRequested() && state != State::stop) {
+        ipl::ErrorStorage::set(EBUSY, "thread %s is to stop", m_name.c_str());
+        return true;
+    }
+    request(state);
+    return false;
+}
+
+void Thread::request(State state)
+{
+    const std::lock_guard lock{m_mutex};
+    m_requested = state;
+    if (m_stateDescriptor >= 0) {
+        eventfd_t before;
+        ::eventfd_read(m_stateDescriptor, &before);
+        if (state != State::run) {
+            ::eventfd_write(m_stateDescriptor, 1);
+        }
+    }
+    m_changed.notify_all();
+}
+
+void Thread::enterPause(State whileRequested) const
+{
+    std::unique_lock lock{m_mutex};
+    m_changed.wait(lock, [&] { return m_requested != whileRequested; });
+}
+
+void Thread::sleep(std::chrono::microseconds time) const
+{
+    std::unique_lock lock{m_mutex};
+    m_changed.wait_for(lock, time, [this] { return m_requested != State::run; });
 }
 
 bool Thread::join()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -74,10 +75,15 @@ public:
     [[gnu::format(printf, 6, 7)]] void write(Level level, const char* className, const char* operation, int line,
                                              const char* format, ...) const noexcept;
 
+    /// Writes a text that brings its own place, with control characters as above.
+    void writeText(Level level, std::string_view text) const noexcept;
+
     /// The next channel in the list of all, null at its end.
     Channel* next() const noexcept { return m_next; }
 
 private:
+    void emit(Level level, char* text, std::size_t size) const noexcept;
+
     const char* const m_name;
     const unsigned m_sinks;
     const int m_defaultThreshold;
