@@ -21,4 +21,15 @@ std::unique_ptr<T> allocate(const ipl::GlobalErrorHandler::Place& place, const c
     }
 }
 
+/// As above, but gives up at once: null when there is no memory for the object or for what it is made of.
+template <typename T, typename... Args>
+std::unique_ptr<T> tryAllocate(Args&&... args)
+{
+    try {
+        return std::unique_ptr<T>{new (std::nothrow) T(std::forward<Args>(args)...)};
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 } // namespace common_

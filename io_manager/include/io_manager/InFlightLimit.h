@@ -10,7 +10,7 @@ namespace io_manager {
 /// Keeps a reading thread from posting work faster than an active object takes it: at most a fixed number of pieces are
 /// on the way. What cannot be read meanwhile stays with the kernel, whose buffers are bounded.
 ///
-/// The reading thread calls enter, the active object leave, the owner close before it joins the reading thread.
+/// The reading thread enters, the active object calls leave, the owner close before it joins the reading thread.
 class InFlightLimit
 {
 public:
@@ -28,7 +28,18 @@ public:
         return true;
     }
 
-    /// A piece has arrived.
+    /// As enter, without waiting: returns false when there is no room or the limit is closed.
+    bool tryEnter()
+    {
+        const std::lock_guard lock{m_mutex};
+        if (m_closed || m_free == 0) {
+            return false;
+        }
+        --m_free;
+        return true;
+    }
+
+    /// A piece has arrived, or was not posted after all.
     void leave()
     {
         const std::lock_guard lock{m_mutex};
