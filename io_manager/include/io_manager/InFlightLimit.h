@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -26,6 +27,13 @@ public:
         }
         --m_free;
         return true;
+    }
+
+    /// Waits for this time. Returns false once the limit is closed.
+    bool rest(std::chrono::microseconds time)
+    {
+        std::unique_lock lock{m_mutex};
+        return !m_changed.wait_for(lock, time, [this] { return m_closed; });
     }
 
     /// As enter, without waiting: returns false when there is no room or the limit is closed.

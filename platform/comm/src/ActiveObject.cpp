@@ -89,9 +89,19 @@ void Loop::stop()
 Bus& Loop::bus()
 {
     if (!m_bus) {
+        if (const int error = sd_event_add_post(m_event, nullptr, &Loop::onTurnEnd, this); error < 0) {
+            throw std::system_error{-error, std::generic_category(), "sd_event_add_post"};
+        }
         m_bus = std::make_unique<Bus>(m_event);
     }
     return *m_bus;
+}
+
+int Loop::onTurnEnd(sd_event_source*, void* userdata)
+{
+    auto& loop = *static_cast<Loop*>(userdata);
+    loop.m_busCongested.store(loop.m_bus && loop.m_bus->congested(), std::memory_order_relaxed);
+    return 0;
 }
 
 int Loop::onPosted(sd_event_source*, int descriptor, unsigned, void* userdata)
@@ -159,6 +169,11 @@ void ActiveObject::enque(const util::SharedPtr<ActiveObjectEvent>& event) const
 bool ActiveObject::isCurrent() const
 {
     return m_loop && m_loop->isCurrent();
+}
+
+bool ActiveObject::busCongested() const
+{
+    return m_loop && m_loop->busCongested();
 }
 
 void ActiveObject::stop()

@@ -15,6 +15,7 @@ namespace {
 
 constexpr char kLabel[] = "comm::Bus";
 constexpr std::uint64_t kRetryMicroseconds = 500'000;
+constexpr std::size_t kMessageSize = 512; // what a message takes besides what is appended
 
 tracing::Channel s_channel{"CON_COMM", 7, 2};
 
@@ -80,11 +81,36 @@ void Bus::removeUser(User& user)
     std::erase(m_users, &user);
 }
 
-bool Bus::send(sd_bus_message* message) const
+bool Bus::send(sd_bus_message* message, std::size_t bytes)
+{
+    const auto size = kMessageSize + bytes;
+    dropWritten();
+    const bool fits =
+        m_queuedSizes.empty() || (m_queuedSizes.size() < kMaxQueuedWrites && m_queuedBytes + size <= kMaxQueuedBytes);
+    if (!m_connected || !fits || sd_bus_send(m_bus, message, nullptr) < 0) {
+        return false;
+    }
+    m_queuedSizes.push_back(size);
+    m_queuedBytes += size;
+    return true;
+}
+
+bool Bus::congested()
+{
+    dropWritten();
+    return m_queuedSizes.size() >= kMaxQueuedWrites / 4 || m_queuedBytes >= kMaxQueuedBytes / 4;
+}
+
+// The library tells how many messages wait, but not how much that is: the last ones sent are those that wait.
+void Bus::dropWritten()
 {
     std::uint64_t waiting = 0;
-    return m_connected && sd_bus_get_n_queued_write(m_bus, &waiting) >= 0 && waiting < kMaxQueuedWrites &&
-           sd_bus_send(m_bus, message, nullptr) >= 0;
+    if (!m_connected || sd_bus_get_n_queued_write(m_bus, &waiting) < 0) {
+        waiting = 0;
+    }
+    for (; m_queuedSizes.size() > waiting; m_queuedSizes.pop_front()) {
+        m_queuedBytes -= m_queuedSizes.front();
+    }
 }
 
 std::string Bus::address()

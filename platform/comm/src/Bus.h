@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -36,11 +38,12 @@ int guarded(const std::function<int()>& body) noexcept;
 ///
 /// It is always being had: when the bus is away the connection is tried again every 500 ms, and everybody who uses it
 /// is told of loss and return. Nothing here waits for an answer of the bus. What is written while the bus is busy waits
-/// in memory, but only up to kMaxQueuedWrites messages; more are refused.
+/// in memory, but only up to a number of messages and of bytes; more are refused.
 class Bus
 {
 public:
     static constexpr std::uint64_t kMaxQueuedWrites = 1024;
+    static constexpr std::size_t kMaxQueuedBytes = 8 << 20;
 
     /// Somebody who uses the connection.
     class User
@@ -70,8 +73,12 @@ public:
     /// The connection, null while there is none.
     sd_bus* connection() const { return m_connected ? m_bus : nullptr; }
 
-    /// Hands a message to the connection. False when there is none or when too much waits to be written.
-    bool send(sd_bus_message* message) const;
+    /// Hands a message to the connection. False when there is none or when too much waits to be written; a message that
+    /// is too much by itself has to find nothing waiting. bytes: what was appended to it.
+    bool send(sd_bus_message* message, std::size_t bytes);
+
+    /// Whether so much waits to be written that who can should wait with more.
+    bool congested();
 
     /// The address the connection is tried at, for log lines.
     static std::string address();
@@ -81,6 +88,7 @@ private:
     int handle(sd_bus_message* message);
     template <typename Visit>
     bool visitUsers(Visit visit);
+    void dropWritten();
     void open();
     int connect();
     void lose();
@@ -90,6 +98,8 @@ private:
     sd_event* const m_event;
     sd_bus* m_bus = nullptr;
     sd_event_source* m_retry = nullptr;
+    std::deque<std::size_t> m_queuedSizes; // of the messages that wait to be written
+    std::size_t m_queuedBytes = 0;
     bool m_connected = false;
     bool m_reported = false; // the present absence of the bus has had its log line
     std::vector<User*> m_users;

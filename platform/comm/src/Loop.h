@@ -36,7 +36,11 @@ public:
     /// The loop's connection to the bus, made at the first call. On the loop's thread only.
     Bus& bus();
 
+    /// As of the end of the last turn. From any thread.
+    bool busCongested() const { return m_busCongested.load(std::memory_order_relaxed); }
+
 private:
+    static int onTurnEnd(sd_event_source* source, void* userdata);
     static int onPosted(sd_event_source* source, int descriptor, unsigned events, void* userdata);
     void runQueue();
     void run();
@@ -49,6 +53,7 @@ private:
     bool m_ending = false;
     std::vector<util::SharedPtr<ActiveObjectEvent>> m_turn; // what the present turn runs; keeps its storage
     std::unique_ptr<Bus> m_bus;
+    std::atomic<bool> m_busCongested{false};
     std::atomic<std::thread::id> m_threadId{};
     std::thread m_thread;
 };

@@ -8,6 +8,7 @@ namespace comm {
 void MessageWriter::basic(char type, const void* value)
 {
     if (ok()) {
+        m_bytes += sizeof(std::uint64_t);
         m_error = sd_bus_message_append_basic(m_message, type, value);
     }
 }
@@ -15,6 +16,7 @@ void MessageWriter::basic(char type, const void* value)
 void MessageWriter::numbers(char type, const void* values, std::size_t bytes)
 {
     if (ok()) {
+        m_bytes += bytes;
         m_error = sd_bus_message_append_array(m_message, type, values, bytes);
     }
 }
@@ -23,6 +25,7 @@ void MessageWriter::text(const std::string& value)
 {
     // The bus counts texts by their terminating zero.
     if (ok()) {
+        m_bytes += value.size();
         m_error = value.find('\0') == std::string::npos
                       ? sd_bus_message_append_basic(m_message, SD_BUS_TYPE_STRING, value.c_str())
                       : -EINVAL;

@@ -70,7 +70,7 @@ void ProxyEndpoint::disconnect()
 {
     if (const auto goodbye = request("disconnect")) {
         sd_bus_message_set_expect_reply(goodbye.get(), 0);
-        m_bus->send(goodbye.get());
+        m_bus->send(goodbye.get(), 0);
     }
     rest();
 }
@@ -237,7 +237,7 @@ bool Proxy::sendErased(const char* member, const void* write, void (*call)(const
     }
     MessageWriter writer{request.get()};
     call(write, writer);
-    return writer.ok() && m_endpoint->send(request.get());
+    return writer.ok() && m_endpoint->send(request.get(), writer.bytes());
 }
 
 } // namespace comm

@@ -25,7 +25,7 @@ public:
 
     /// A request for the owner, null unless alive.
     MessagePtr request(const char* member) const;
-    bool send(sd_bus_message* message) const { return m_bus->send(message); }
+    bool send(sd_bus_message* message, std::size_t bytes) const { return m_bus->send(message, bytes); }
 
     void onBusConnected() override {}
     void onBusLost() override;

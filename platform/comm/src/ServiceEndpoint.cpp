@@ -203,7 +203,7 @@ int ServiceEndpoint::answer(sd_bus_message* call, sd_bus_message* result, const 
         return refuse(call, SD_BUS_ERROR_FAILED, "the result cannot travel");
     }
     if (m_bus != nullptr && sd_bus_message_get_expect_reply(call) > 0) {
-        m_bus->send(result);
+        m_bus->send(result, writer.bytes());
     }
     return 1;
 }
@@ -403,7 +403,7 @@ int ServiceEndpoint::refuse(sd_bus_message* call, const char* error, const std::
     }
     const MessagePtr answer{made};
     if (m_bus != nullptr && sd_bus_message_get_expect_reply(call) > 0) {
-        m_bus->send(made);
+        m_bus->send(made, reason.size());
     }
     return 1;
 }
@@ -428,7 +428,7 @@ bool Client::sendErased(const char* member, const void* write, void (*call)(cons
     MessageWriter writer{made};
     call(write, writer);
     return writer.ok() && sd_bus_message_set_destination(made, m_state->uniqueName.c_str()) >= 0 &&
-           m_state->bus->send(made);
+           m_state->bus->send(made, writer.bytes());
 }
 
 ServiceRegistration::ServiceRegistration(IServiceImplementation& implementation, const ServiceInfo& info,

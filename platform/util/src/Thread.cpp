@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -39,6 +40,9 @@ bool Thread::start()
     }
     try {
         m_thread = std::thread{[this] { m_function(); }};
+    } catch (const std::bad_alloc&) {
+        ipl::ErrorStorage::set(ENOMEM, "no memory for thread %s", m_name.c_str());
+        return true;
     } catch (const std::system_error& error) {
         ipl::ErrorStorage::set(static_cast<std::uint32_t>(error.code().value()), "%s", error.what());
         return true;

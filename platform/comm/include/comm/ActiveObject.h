@@ -50,6 +50,10 @@ public:
     /// Whether the caller runs on this active object's thread.
     bool isCurrent() const;
 
+    /// Whether the bus takes what is sent from here more slowly than it is sent. A thread that posts what is to be sent
+    /// asks this and waits, or messages are refused in the end.
+    bool busCongested() const;
+
     /// Ends the thread: what is in the queue is cancelled, the bus connection closed. Called by the factory that owns
     /// the active object; called on its own thread it only asks for the end.
     void stop();

@@ -31,9 +31,13 @@ public:
 
     bool ok() const { return m_error >= 0; }
 
+    /// About how much memory has been appended, in bytes.
+    std::size_t bytes() const { return m_bytes; }
+
 private:
     sd_bus_message* m_message;
     int m_error = 0;
+    std::size_t m_bytes = 0;
 };
 
 /// Takes values from a message of the bus whose signature has been checked. The first failure sticks.
