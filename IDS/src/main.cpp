@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <malloc.h>
 #include <new>
 
 #include "IdsApp.h"
@@ -26,6 +27,12 @@ comm::FactoryPtr createFactory()
     }
 }
 
+// Large blocks go back to the system for good. By default the allocator keeps what a neighbour's one huge message took.
+void keepMemorySmall()
+{
+    ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+}
+
 [[noreturn]] void run(int argc, char** argv)
 {
     const ipl::ErrorStorage errorStorage{&ipl::ErrorStorage::action_dump_to_stdout};
@@ -47,6 +54,7 @@ comm::FactoryPtr createFactory()
 
 int main(int argc, char** argv)
 {
+    keepMemorySmall();
     try {
         run(argc, argv);
     } catch (const std::exception& error) {

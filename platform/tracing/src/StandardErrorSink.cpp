@@ -1,9 +1,11 @@
 #include "tracing/Channel.h"
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -45,10 +47,20 @@ public:
                                           {const_cast<char*>(line.text.data()), line.text.size()},
                                           {&newline, 1}}};
         // A log that cannot be written has nowhere to complain to.
-        [[maybe_unused]] const auto written = writev(STDERR_FILENO, parts.data(), parts.size());
+        [[maybe_unused]] const auto written = awaitRoom() ? writev(STDERR_FILENO, parts.data(), parts.size()) : 0;
     }
 
 private:
+    // A reader that has stopped reading must not stop us: one line waits a little for it, and it and the next are lost.
+    bool awaitRoom() noexcept
+    {
+        constexpr int kPatienceMs = 50;
+        pollfd entry{STDERR_FILENO, POLLOUT, 0};
+        m_stuck = poll(&entry, 1, m_stuck ? 0 : kPatienceMs) == 0;
+        return !m_stuck;
+    }
+
+    std::atomic<bool> m_stuck{false};
     const bool m_journal = leadsToJournal();
 };
 
