@@ -1,9 +1,10 @@
-# ids_test(<name> SOURCES <file>... [LINKS <target>...]): one test program, every test of it known to ctest.
+# ids_test(<name> SOURCES <file>... [LINKS <target>...] [SERIAL]): one test program, every test of it known to ctest.
+# SERIAL is for tests that use what there is once on a machine: nothing else runs meanwhile.
 include(GoogleTest)
 
 function(ids_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SOURCES;LINKS")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINKS} test_support GTest::gmock_main)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 RUN_SERIAL ${arg_SERIAL})
 endfunction()

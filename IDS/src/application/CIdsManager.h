@@ -1,10 +1,13 @@
 #pragma once
 
+#include "CCdRstpClient.h"
 #include "CFirewall.h"
 #include "CIdsCore.h"
 #include "CIdsCoreAsiService.h"
 #include "CIdsInformationAsiService.h"
 #include "CIdsm.h"
+#include "CProcMonitor.h"
+#include "CViAsiService.h"
 #include "comm/ActiveObject.h"
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "conn_common/UniversalListenerAndSubject.h"
@@ -27,16 +30,21 @@ public:
     void stopClients();
     void stopServices();
 
-    /// Starts the sensors; again at every later connection, which starts nothing twice.
+    /// Connects to the car domain and starts the sensors; again at every later connection, which starts nothing twice.
     void onIdsCoreConnected() override;
 
 private:
+    void initRstp();
+
     common_::SynchronizedTimerFactory m_timers;
     CIdsCoreAsiService m_coreService;
+    CViAsiService m_v2xService;
+    CCdRstpClient m_rstpClient;
     CIdsCore m_core;
     CIdsInformationAsiService m_informationService;
     CIdsm m_dispatcher;
     CFirewall m_firewall;
+    CProcMonitor m_processMonitor;
 };
 
 } // namespace ids

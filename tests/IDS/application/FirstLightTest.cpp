@@ -51,7 +51,7 @@ TEST(FirstLightTest, PacketsDroppedByTheKernelReachTheCoreAsDecodableEvents)
         ASSERT_TRUE(network.run("nft add rule ip6 t in " + std::string{rule.match} + " log group " +
                                 std::to_string(rule.group) + " drop"));
     }
-    ChildProcess daemon{{IDS_PROC}, {"TRACING=CON_IDS_SENSOR_ETH=0,*=1"}};
+    ChildProcess daemon{{IDS_PROC}, {"TRACING=CON_IDS_SENSOR_ETH=0,CON_COMMON_RSTP=6,CON_IDS_SENSOR_HOST=6,*=1"}};
     ASSERT_TRUE(eventually([&] { return core.connected(); }));
     ASSERT_TRUE(daemon.waitForOutput("Register NFLOG groups."));
 

@@ -1,0 +1,165 @@
+#include "CProcScanner.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <dirent.h>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "HostSensorChannel.h"
+#include "ProcFs.h"
+#include "SProcStat.h"
+#include "ipl/ErrorStorage.h"
+#include "processValidity.h"
+
+namespace ids {
+namespace {
+
+constexpr auto kClass = "ids::CProcMonitor";
+constexpr auto kLoop = "operator()";
+
+constexpr double kBusyPercent = 30.0;
+constexpr std::size_t kScanNameSize = 32;
+constexpr std::int32_t kRamMask = 0xFFFF;
+
+struct DirectoryCloser
+{
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+bool looksLikeProcess(const dirent& entry)
+{
+    return entry.d_type == DT_DIR && entry.d_name[0] >= '1' && entry.d_name[0] <= '9';
+}
+
+std::vector<std::string> scanProcesses(const util::Thread& thread)
+{
+    std::vector<std::string> pids;
+    const std::unique_ptr<DIR, DirectoryCloser> directory{::opendir("/proc")};
+    if (!directory) {
+        return pids;
+    }
+    while (const auto* const entry = thread.stopRequested() ? nullptr : ::readdir(directory.get())) {
+        if (!looksLikeProcess(*entry)) {
+            continue;
+        }
+        std::string pid{entry->d_name};
+        if (areValid(pid, proc_fs::readProcessComm(pid, kScanNameSize))) {
+            pids.push_back(std::move(pid));
+        }
+    }
+    return pids;
+}
+
+/// Adds the process, when it can be read. Returns what it adds to the total.
+double setProcStat(const std::string& pid, Processes& processes)
+{
+    SProcStat stat;
+    if (!isProcIdValid(pid)) {
+        return 0;
+    }
+    if (!proc_fs::readProcStat(pid, stat)) {
+        TRACE(s_hostSensorChannel, error, kClass, "Can't read CPU usage!");
+        return 0;
+    }
+    if (!proc_fs::readProcStatus(pid, stat)) {
+        TRACE(s_hostSensorChannel, error, kClass, "Can't read RAM usage!");
+        return 0;
+    }
+    const auto id = static_cast<std::uint32_t>(std::strtoul(pid.c_str(), nullptr, 10));
+    processes.push_back(
+        std::make_shared<SProcess>(SProcess{stat.userCpuUsage, stat.systemCpuUsage, id, proc_fs::getProcessName(id),
+                                            static_cast<std::uint32_t>(stat.vmRss & kRamMask), EProcState::START}));
+    return stat.userCpuUsage;
+}
+
+} // namespace
+
+bool isBusy(double totalCpuUsage)
+{
+    return totalCpuUsage > kBusyPercent;
+}
+
+CProcScanner::CProcScanner(Deliver deliver, const SProcSampling& sampling)
+    : m_deliver{std::move(deliver)}, m_sampling{sampling}, m_thread{"IdsProcScan", [this] { run(); }}
+{}
+
+CProcScanner::~CProcScanner()
+{
+    m_thread.requestStop();
+    m_inFlight.close();
+    m_thread.join();
+}
+
+bool CProcScanner::start()
+{
+    if (m_thread.start()) {
+        TRACE(s_hostSensorChannel, resource, kClass, "Can't start scanning thread! (%s)", ipl::ErrorStorage::reason());
+        ipl::ErrorStorage::ack();
+        return false;
+    }
+    return true;
+}
+
+void CProcScanner::run()
+{
+    while (!m_thread.stopRequested()) {
+        try {
+            cycle();
+        } catch (const std::bad_alloc&) {
+            TRACE_AT(s_hostSensorChannel, error, kClass, kLoop, __LINE__, "Not enough memory!");
+            m_thread.sleep(m_sampling.cycle);
+        }
+    }
+}
+
+void CProcScanner::cycle()
+{
+    const auto start = proc_fs::readUptimeSeconds();
+    auto [processes, total] = sample();
+    if (m_thread.stopRequested()) {
+        return;
+    }
+    TRACE_AT(s_hostSensorChannel, progress, kClass, kLoop, __LINE__, "Total CPU consumption: %f", total);
+    const auto elapsed = proc_fs::readUptimeSeconds() - start;
+    const auto least = static_cast<std::uint64_t>(m_sampling.cycle.count());
+    if (elapsed < least) {
+        m_thread.sleep(std::chrono::seconds{least - elapsed});
+    }
+    if (isBusy(total) && m_inFlight.enter()) {
+        deliver(std::move(processes));
+    }
+}
+
+void CProcScanner::deliver(Processes processes)
+{
+    try {
+        m_deliver(std::move(processes));
+    } catch (const std::bad_alloc&) {
+        m_inFlight.leave();
+        throw;
+    }
+}
+
+SProcSample CProcScanner::sample() const
+{
+    SProcSample sample;
+    for (const auto& pid : scanProcesses(m_thread)) {
+        if (m_thread.stopRequested()) {
+            break;
+        }
+        sample.totalCpuUsage += setProcStat(pid, sample.processes);
+        pause();
+    }
+    return sample;
+}
+
+void CProcScanner::pause() const
+{
+    if (m_sampling.pause.count() > 0) { // even the shortest sleep gives the CPU away
+        m_thread.sleep(m_sampling.pause);
+    }
+}
+
+} // namespace ids

@@ -1,0 +1,41 @@
+// A frame of the car domain. What is delivered must be a part of the frame.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "IDS_Event/CInterface.h"
+#include "IplLogger.h"
+#include "RstpChannel.h"
+
+namespace {
+
+struct Incoming final : IIDS_EventIncoming
+{
+    void onConnectionStateChanged(bool) override {}
+
+    void onIdsEvent(std::vector<std::uint8_t> payload) override
+    {
+        if (std::search(frame.begin(), frame.end(), payload.begin(), payload.end()) == frame.end() && !payload.empty())
+        {
+            std::abort();
+        }
+    }
+
+    std::vector<std::uint8_t> frame;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    tracing::setSink(tracing::standardError, nullptr);
+
+    Incoming incoming;
+    incoming.frame.assign(data, data + size);
+    const IplLogger logger{s_rstpChannel};
+    IDS_Event::CInterface codec{{}, logger, incoming};
+    codec.evaluateMsg(incoming.frame);
+    return 0;
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <new>
+#include <optional>
+#include <sys/types.h>
+
+#include "RstpChannel.h"
+#include "RstpInterfaceActiveObject.h"
+
+/// Reads the frames of an RSTP interface from its socket, each of them one datagram of at most 4096 bytes; what goes
+/// beyond is cut off by the socket. decodePayload is called on the reading thread.
+template <typename Interface>
+class RstpInterfaceActiveObjectFileHandle : public RstpInterfaceActiveObject<Interface>
+{
+public:
+    RstpInterfaceActiveObjectFileHandle(UnixSocket::ISocketFileHandle& socket, typename Interface::Incoming& incoming,
+                                        const comm::FactoryPtr& activeObjectFactory, const quor_logger& logger)
+        : RstpInterfaceActiveObject<Interface>{socket, incoming, activeObjectFactory, logger},
+          m_logger{logger},
+          m_socket{socket}
+    {}
+
+    /// Reads one frame and posts it; waits before reading while too many are on the way. Returns false when there was
+    /// no frame to be had.
+    bool decodePayload()
+    {
+        if (!this->awaitRoom([this] { reportLag(Clock::now()); })) {
+            return false;
+        }
+        const auto length = m_socket.read(m_buffer.data(), m_buffer.size());
+        if (length <= 0) {
+            this->giveRoomBack();
+            m_logger.error("%s(%s): ERROR (DECODING): Nothing to read or PeerShutdown : %d (channel: %x)",
+                           "decodePayload", "62", static_cast<int>(length), 0x33U);
+            return false;
+        }
+        postFirst(length);
+        return true;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void postFirst(ssize_t length)
+    {
+        try {
+            this->post({m_buffer.begin(), m_buffer.begin() + length});
+        } catch (const std::bad_alloc&) {
+            this->giveRoomBack();
+            TRACE(s_rstpChannel, resource, "RSTP", "No memory for a frame of %zd bytes, it is lost", length);
+        }
+    }
+
+    // Once for each lag: one is over when nothing was held back for a while.
+    void reportLag(Clock::time_point now)
+    {
+        constexpr std::chrono::seconds kOver{10};
+        if (!m_lastLag || now - *m_lastLag > kOver) {
+            TRACE(s_rstpChannel, warning, "RSTP", "frames come faster than they are handled, reading is held back");
+        }
+        m_lastLag = now;
+    }
+
+    const quor_logger& m_logger;
+    UnixSocket::ISocketFileHandle& m_socket;
+    std::array<std::uint8_t, 4096> m_buffer;
+    std::optional<Clock::time_point> m_lastLag;
+};

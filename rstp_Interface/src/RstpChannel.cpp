@@ -1,0 +1,3 @@
+#include "RstpChannel.h"
+
+tracing::Channel s_rstpChannel{"CON_COMMON_RSTP", 7, 2};

@@ -1,0 +1,54 @@
+#include <gmock/gmock.h>
+
+#include "CapturedLog.h"
+#include "ChildProcess.h"
+#include "Eventually.h"
+#include "TestBus.h"
+#include "TestCore.h"
+
+namespace {
+
+using namespace test_support;
+
+/// One event as a domain frames it: header, time stamp, context data.
+const std::vector<std::string> kEvent{"28",   "0x13", "0x0C", "0x41", "0xA0", "0x01", "0x00", "0x01", "0x00", "0",
+                                      "0",    "0",    "1",    "0",    "0",    "0",    "2",    "0x80", "0x00", "0x2B",
+                                      "0x00", "0x00", "0x00", "0x07", "9",    "8",    "7",    "6",    "5"};
+
+/// Both roads by which other domains reach the core, through the whole daemon, from the neighbours' own tools.
+TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWasKilled)
+{
+    const CapturedLog log;
+    const TestBus bus;
+    TestCore core;
+    ChildProcess daemon{{IDS_PROC}, {"TRACING=*=1"}};
+    ASSERT_TRUE(eventually([&] { return core.connected(); }));
+    ASSERT_TRUE(daemon.waitForOutput("RSTP connection result: true"));
+
+    std::vector<std::string> viaV2X{"busctl",
+                                    "--system",
+                                    "call",
+                                    "asi.connectivity.ids.ViIdsmConnector.instance1",
+                                    "/asi/connectivity/ids/ViIdsmConnector/1",
+                                    "asi.connectivity.ids.ViIdsmConnector",
+                                    "sendEvent",
+                                    "ayu"};
+    viaV2X.insert(viaV2X.end(), kEvent.begin(), kEvent.end());
+    viaV2X.emplace_back("28");
+    EXPECT_EQ(outputOf(viaV2X), "");
+    ASSERT_TRUE(eventually([&] { return core.events().size() == 1; }));
+
+    const std::vector<std::string> viaCar{RSTP_PEER, "--exit", "--event",
+                                          "130C41A001000100 0000000100000002 80002B0000000709 08070605"};
+    for (std::size_t sent = 2; sent < 4; ++sent) {
+        ChildProcess peer{viaCar};
+        ASSERT_TRUE(eventually([&] { return core.events().size() == sent; })) << peer.output();
+    }
+    for (const auto& event : core.events()) {
+        EXPECT_EQ(event.frame, (std::vector<std::uint8_t>{0x13, 0x0C, 0x41, 0xA0, 1, 0, 1, 0}));
+        EXPECT_EQ(event.context, (std::vector<std::uint8_t>{0x80, 0, 0x2B, 0, 0, 0, 7, 9, 8, 7, 6, 5}));
+        EXPECT_EQ(event.id, 0xA001);
+    }
+}
+
+} // namespace
