@@ -8,6 +8,7 @@
 #include "FakeServiceManager.h"
 #include "TestBus.h"
 #include "TestCore.h"
+#include "asi/connectivity/ids/ViIdsmConnector.h"
 #include "comm/TestCommands.h"
 
 namespace {
@@ -104,6 +105,31 @@ long privateMemory(pid_t pid)
     return std::stol(text);
 }
 
+/// Sends V2X events of a megabyte each.
+class HugeEvents : asi::connectivity::ids::ViIdsmConnectorReply, comm::LifecycleListener
+{
+public:
+    HugeEvents() : m_proxy{1, m_activeObject.factory(), *this, *this} { EXPECT_FALSE(m_proxy.connect()); }
+
+    void send(int count)
+    {
+        ASSERT_TRUE(eventually([this] { return m_alive.load(); }));
+        const auto event = CITypesFactory::createUInt8Array(1 << 20);
+        for (int sent = 0; sent < count;) {
+            m_activeObject.run(
+                [&] { sent += m_proxy.call<&asi::connectivity::ids::ViIdsmConnector::sendEvent>(event, 0U) ? 1 : 0; });
+        }
+    }
+
+private:
+    void alive(const comm::Lifecycle&) override { m_alive = true; }
+    void dead(const comm::Lifecycle&, const comm::DeathNotice&) override { m_alive = false; }
+
+    TestActiveObject m_activeObject;
+    std::atomic<bool> m_alive{false};
+    asi::connectivity::ids::ViIdsmConnectorProxy m_proxy;
+};
+
 /// Triggers car-domain events as fast as the bus takes them.
 class Flood : comm::ITestCommandsReply, comm::LifecycleListener
 {
@@ -144,6 +170,8 @@ TEST_F(DaemonTest, ACoreThatNeverReadsAndIsKilledInAFloodLeavesTheDaemonAsItWas)
     flood.send(5000);
     EXPECT_EQ(outputOf(trigger("triggerRSTPEvent")), "b true\n") << "the daemon still answers";
     EXPECT_LT(privateMemory(daemon.pid()), before + kMostGrowth);
+    HugeEvents{}.send(300);
+    EXPECT_LT(privateMemory(daemon.pid()), before + kMostGrowth + 30'000) << "megabytes wait, not all of them";
     flood.send(500);
     deaf.signal(SIGKILL);
     flood.send(500);

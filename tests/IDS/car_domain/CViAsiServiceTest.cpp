@@ -61,7 +61,7 @@ TEST(CViAsiServiceTest, WhatAnybodySendsReachesTheListenersWhole)
     EXPECT_EQ(call({"ayu", "3", "1", "2", "3", "99"}), "");
     EXPECT_EQ(call({"ayu", "0", "0"}), "");
     EXPECT_THAT(call({"s", "text"}), HasSubstr("Call failed")) << "a wrong signature";
-    EXPECT_THAT(listener.events, ElementsAre(Bytes{0xDE, 0xAD}, Bytes{1, 2, 3}, Bytes{}));
+    activeObject.run([&] { EXPECT_THAT(listener.events, ElementsAre(Bytes{0xDE, 0xAD}, Bytes{1, 2, 3}, Bytes{})); });
     EXPECT_EQ(log.count(kChannel, Level::milestone, "CViAsiService::sendEvent listener call"), 4U);
 
     service.deregisterService();
