@@ -16,7 +16,8 @@ namespace test_support {
 class TestBus
 {
 public:
-    TestBus()
+    /// rules: added to those that allow everything.
+    explicit TestBus(const std::string& rules = "")
     {
         if (mkdtemp(m_directory.data()) == nullptr) {
             throw std::runtime_error{"mkdtemp"};
@@ -28,8 +29,7 @@ public:
             <policy context="default">
               <allow send_destination="*" eavesdrop="true"/>
               <allow receive_sender="*"/><allow user="*"/><allow own="*"/>
-            </policy>
-            </busconfig>)";
+            )" << rules << "</policy></busconfig>";
         setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
         start();
     }

@@ -191,6 +191,25 @@ bool ProxyEndpoint::onSignal(sd_bus_message* signal)
     return true;
 }
 
+namespace {
+
+class Completion final : public ActiveObjectEvent
+{
+public:
+    explicit Completion(std::function<void()> completion) : m_completion{std::move(completion)} {}
+
+    int execute() override
+    {
+        m_completion();
+        return 0;
+    }
+
+private:
+    const std::function<void()> m_completion;
+};
+
+} // namespace
+
 Proxy::Proxy(const ServiceInfo& info, std::uint32_t instance, const FactoryPtr& factory, LifecycleListener& lifecycle)
     : m_activeObject{factory->getActiveObject({})},
       m_endpoint{std::make_shared<ProxyEndpoint>(info, instance, lifecycle)}
@@ -217,6 +236,16 @@ bool Proxy::connect()
 void Proxy::disconnect()
 {
     runAndWait(m_activeObject, [this] { m_endpoint->disconnect(); });
+}
+
+bool Proxy::disconnectAndNotify(std::function<void()> completion)
+{
+    if (!m_activeObject.valid()) {
+        return true;
+    }
+    disconnect();
+    m_activeObject.enque(std::make_shared<Completion>(std::move(completion)));
+    return false;
 }
 
 bool Proxy::isAlive() const

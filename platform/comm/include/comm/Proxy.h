@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -75,6 +76,10 @@ public:
 
     /// Says goodbye and comes to rest; nobody is told.
     void disconnect();
+
+    /// As disconnect; the completion is called later on the active object, or released without a call when that ends
+    /// first. Returns true on error: there is no active object, and the completion will not be called.
+    bool disconnectAndNotify(std::function<void()> completion);
 
     bool isAlive() const;
 

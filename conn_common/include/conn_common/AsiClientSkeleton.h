@@ -1,0 +1,135 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "comm/Proxy.h"
+#include "conn_common/AsiChannel.h"
+#include "conn_common/DefaultReconnectDelays.h"
+#include "conn_common/Function2AOEvent.h"
+#include "conn_common/SafeCallbackProxy.h"
+#include "conn_common/SafeProxyServiceAndLifecycleListener.h"
+#include "conn_common/allocate.h"
+#include "ipl/ErrorStorage.h"
+#include "osal/Alarm.h"
+
+namespace common_ {
+
+/// Base of a client of one of the unit's services: follows the service's life and connects again, after a fixed delay
+/// and for ever, when the service has died or cannot be connected to. The derived client says what to ask for when the
+/// service is alive and what to do with its replies.
+///
+/// Made, started and destroyed on the active object, where the hooks and replies come too; the alarm's thread only
+/// posts. What the service sends while it is not alive to us is lost.
+template <typename Proxy, typename Reply, typename Delays = DefaultReconnectDelays>
+class AsiClientSkeleton : private comm::LifecycleListener
+{
+public:
+    AsiClientSkeleton(const AsiClientSkeleton&) = delete;
+    AsiClientSkeleton& operator=(const AsiClientSkeleton&) = delete;
+
+    /// Looks for the service from now on. Once started, further calls change nothing.
+    void start()
+    {
+        if (m_forwarder) {
+            return;
+        }
+        m_forwarder = allocate<Forwarder>({"conn_common/include/conn_common/AsiClientSkeleton", 105, "start"}, "OOM",
+                                          m_replyTarget, static_cast<comm::LifecycleListener&>(*this));
+        reconnect();
+    }
+
+    /// Says goodbye to the service and does not look for it any more. From any thread; nothing when not started.
+    void stop()
+    {
+        comm::runAndWait(m_factory->getActiveObject({}), [this] {
+            m_reconnectAlarm.remove();
+            if (m_proxy) {
+                m_proxy->disconnect();
+            }
+        });
+    }
+
+protected:
+    /// replyTarget: the one that the reply implementation hands replies on to. instance: that of the service.
+    AsiClientSkeleton(comm::FactoryPtr factory, typename Reply::Target& replyTarget, std::uint32_t instance = 1)
+        : m_instance{instance},
+          m_factory{std::move(factory)},
+          m_replyTarget{replyTarget},
+          m_reconnectAlarm{osal::Alarm::DEFAULT_TIMER, [this] { onReconnectAlarm(); }}
+    {}
+
+    ~AsiClientSkeleton() override
+    {
+        m_safeCallback.ownerDestroyed();
+        m_reconnectAlarm.remove();
+        if (m_forwarder) {
+            m_forwarder->detach();
+            // A proxy that is telling something at this moment needs the forwarder until it is done.
+            std::shared_ptr<Forwarder> forwarder{std::move(m_forwarder)};
+            m_proxy->disconnectAndNotify([forwarder]() mutable { forwarder.reset(); });
+        }
+    }
+
+    /// The service is there and has accepted us, or is lost.
+    virtual void onAlive() {}
+    virtual void onDead() {}
+
+    /// Null until start.
+    const Proxy* proxy() const { return m_proxy.get(); }
+
+private:
+    using Forwarder = SafeProxyServiceAndLifecycleListener<Reply>;
+
+    static constexpr auto kLabel = "AsiClientSkeleton";
+
+    void reconnect()
+    {
+        TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 152, "Reconnecting...");
+        if (m_proxy) {
+            m_proxy->disconnect();
+        }
+        m_proxy = std::make_unique<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
+        m_instanceId = m_proxy->getInstanceID();
+        if (m_proxy->connect()) {
+            ipl::ErrorStorage::ack();
+            TRACE_AT(s_asiChannel, error, kLabel, "reconnect", 169, "Failed to connect ASI %s", m_instanceId.c_str());
+            m_reconnectAlarm.set(Delays::afterFailedConnect);
+            return;
+        }
+        TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 174, "connect OK %s", m_instanceId.c_str());
+    }
+
+    // On the alarm's thread.
+    void onReconnectAlarm()
+    {
+        enqueFunction2AOF(m_factory, m_safeCallback.wrap([this] { reconnect(); }));
+    }
+
+    void alive(const comm::Lifecycle&) final
+    {
+        TRACE_AT(s_asiChannel, milestone, kLabel, "alive", 121, "ASI alive %s", m_instanceId.c_str());
+        onAlive();
+    }
+
+    void dead(const comm::Lifecycle&, const comm::DeathNotice& notice) final
+    {
+        TRACE_AT(s_asiChannel, milestone, kLabel, "dead", 132, "ASI dead %s %d %d %d", m_instanceId.c_str(),
+                 static_cast<int>(notice.code), static_cast<int>(notice.reason), static_cast<int>(notice.origin));
+        m_reconnectAlarm.set(Delays::afterDeath(notice));
+        onDead();
+    }
+
+    const std::uint32_t m_instance;
+    const comm::FactoryPtr m_factory;
+    typename Reply::Target& m_replyTarget;
+    osal::Alarm m_reconnectAlarm;
+    std::unique_ptr<Forwarder> m_forwarder;
+    SafeCallbackProxy m_safeCallback;
+    std::unique_ptr<Proxy> m_proxy;
+    std::string m_instanceId;
+};
+
+} // namespace common_

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <utility>
+
+namespace common_ {
+
+/// What a client's reply implementation is made of: the target that replies are handed on to, until detach.
+template <typename TargetT>
+class ReplyForwarder
+{
+public:
+    using Target = TargetT;
+
+    explicit ReplyForwarder(Target& target) : m_target{&target} {}
+    void detach() { m_target = nullptr; }
+
+protected:
+    ~ReplyForwarder() = default;
+
+    template <typename Result, typename... Parameters, typename... Args>
+    void forward(Result (Target::*operation)(Parameters...), Args&&... args) const
+    {
+        if (m_target != nullptr) {
+            (m_target->*operation)(std::forward<Args>(args)...);
+        }
+    }
+
+private:
+    Target* m_target;
+};
+
+} // namespace common_
