@@ -33,9 +33,10 @@ public:
     /// Looks for the service from now on. Once started, further calls change nothing.
     void start()
     {
-        if (m_forwarder) {
+        if (m_started) {
             return;
         }
+        m_started = true;
         m_forwarder = allocate<Forwarder>({"conn_common/include/conn_common/AsiClientSkeleton", 105, "start"}, "OOM",
                                           m_replyTarget, static_cast<comm::LifecycleListener&>(*this));
         reconnect();
@@ -45,10 +46,9 @@ public:
     void stop()
     {
         comm::runAndWait(m_factory->getActiveObject({}), [this] {
+            m_started = false;
             m_reconnectAlarm.remove();
-            if (m_proxy) {
-                m_proxy->disconnect();
-            }
+            m_proxy.reset();
         });
     }
 
@@ -69,7 +69,9 @@ protected:
             m_forwarder->detach();
             // A proxy that is telling something at this moment needs the forwarder until it is done.
             std::shared_ptr<Forwarder> forwarder{std::move(m_forwarder)};
-            m_proxy->disconnectAndNotify([forwarder]() mutable { forwarder.reset(); });
+            if (m_proxy) {
+                m_proxy->disconnectAndNotify([forwarder]() mutable { forwarder.reset(); });
+            }
         }
     }
 
@@ -77,7 +79,7 @@ protected:
     virtual void onAlive() {}
     virtual void onDead() {}
 
-    /// Null until start.
+    /// Null when not started.
     const Proxy* proxy() const { return m_proxy.get(); }
 
 private:
@@ -105,7 +107,11 @@ private:
     // On the alarm's thread.
     void onReconnectAlarm()
     {
-        enqueFunction2AOF(m_factory, m_safeCallback.wrap([this] { reconnect(); }));
+        enqueFunction2AOF(m_factory, m_safeCallback.wrap([this] {
+            if (m_started) {
+                reconnect();
+            }
+        }));
     }
 
     void alive(const comm::Lifecycle&) final
@@ -123,6 +129,7 @@ private:
     }
 
     const std::uint32_t m_instance;
+    bool m_started = false;
     const comm::FactoryPtr m_factory;
     typename Reply::Target& m_replyTarget;
     osal::Alarm m_reconnectAlarm;

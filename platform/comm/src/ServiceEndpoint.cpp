@@ -152,6 +152,9 @@ int ServiceEndpoint::onCall(sd_bus_message* call)
         return 0;
     }
     if (member == "connect") {
+        if (!admitsCaller(call)) {
+            return refuse(call, SD_BUS_ERROR_ACCESS_DENIED, "its user may not connect");
+        }
         return connectClient(call);
     }
     if (member == "disconnect") {
@@ -170,6 +173,11 @@ int ServiceEndpoint::onCall(sd_bus_message* call)
     return 0;
 }
 
+bool ServiceEndpoint::admitsCaller(sd_bus_message* call)
+{
+    return !m_implementation.asksForUser() || m_implementation.admits(userOf(call));
+}
+
 int ServiceEndpoint::runRequest(sd_bus_message* call, std::size_t place)
 {
     const auto& method = m_info.requests[place];
@@ -182,7 +190,7 @@ int ServiceEndpoint::runRequest(sd_bus_message* call, std::size_t place)
     }
     const MessagePtr result{made};
     MessageReader reader{call};
-    if (m_implementation.asksForUser() && !m_implementation.admits(userOf(call))) {
+    if (!admitsCaller(call)) {
         return refuse(call, SD_BUS_ERROR_ACCESS_DENIED, "its user may not call this");
     }
     MessageWriter writer{result.get()};

@@ -54,6 +54,7 @@ private:
     int runRequest(sd_bus_message* call, std::size_t place);
     std::optional<std::uint32_t> userOf(sd_bus_message* call);
     int runReserved(sd_bus_message* call, ReservedRequest request);
+    bool admitsCaller(sd_bus_message* call);
     int answer(sd_bus_message* call, sd_bus_message* result, const MessageWriter& writer) const;
     int answerWith(sd_bus_message* call, const std::function<void(MessageWriter&)>& write) const;
     int answerEmpty(sd_bus_message* call) const;

@@ -25,6 +25,7 @@ template <typename T>
 struct Nullable : util::SharedPtr<T>
 {
     using util::SharedPtr<T>::SharedPtr;
+    explicit(false) Nullable(util::SharedPtr<T> array) : util::SharedPtr<T>{std::move(array)} {}
 };
 
 /// What an enumeration of the bus may be: its name and its largest value. Found by argument-dependent lookup as

@@ -57,15 +57,15 @@ class AttributeNotificationContainer<std::tuple<Attribute...>>
 public:
     static constexpr std::size_t kCount = sizeof...(Attribute);
 
-    /// Stores a value, marks it valid and sends it to every subscriber.
+    /// Stores a value and its validity and sends them to every subscriber.
     template <typename A>
-    void update(const A& attribute, typename A::Value value)
+    void update(const A& attribute, typename A::Value value, bool isValid)
     {
         auto& slot = std::get<Slot<A>>(m_slots);
         {
             const std::lock_guard lock{m_mutex};
             slot.value = std::move(value);
-            slot.valid = true;
+            slot.valid = isValid;
         }
         for (const auto& subscriber : slot.subscribers) {
             send(attribute, slot, subscriber, attribute.updateName);
@@ -175,12 +175,12 @@ protected:
         }
     }
 
-    /// Stores a value of the attribute whose update operation is given, marks it valid and sends it to every client
-    /// that has asked for its updates.
+    /// Stores a value of the attribute whose update operation is given, and whether it is valid, and sends both to every
+    /// client that has asked for its updates.
     template <auto function>
-    void setAttribute(typename Attribute<function>::Value value)
+    void setAttribute(typename Attribute<function>::Value value, bool isValid = true)
     {
-        m_attributes.update(std::get<Attribute<function>>(Description::attributes), std::move(value));
+        m_attributes.update(std::get<Attribute<function>>(Description::attributes), std::move(value), isValid);
     }
 
     ServiceRegistration m_registration;
