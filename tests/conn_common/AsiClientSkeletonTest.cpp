@@ -27,7 +27,7 @@ struct Target
 struct Reply : asi::connectivity::diagnostic::DiagnosticDtcsReply, common_::ReplyForwarder<Target>
 {
     using ReplyForwarder::ReplyForwarder;
-    void updateDtcs(const util::SharedPtr<Dtcs>& dtcs, bool isValid) override
+    void updateDtcs(const comm::Nullable<Dtcs>& dtcs, bool isValid) override
     {
         forward(&Target::updateDtcs, dtcs, isValid);
     }

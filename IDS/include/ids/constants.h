@@ -8,6 +8,9 @@ namespace ids {
 /// Where the unit writes core files, named <process id>_<process name>_<time>.
 inline constexpr std::string_view coreDumpFolder = "/ovi-cache/core/ids/";
 
+/// The unit's trusted execution environment.
+inline constexpr std::string_view teeName = "OP-TEE";
+
 // The processes that belong on the unit, by the names that the kernel gives them. Each set is sorted, so that it can be
 // searched.
 // clang-format off

@@ -1,13 +1,29 @@
 #pragma once
 
 #include "CCdRstpClient.h"
+#include "CDtcs.h"
+#include "CDtcsAsiClient.h"
 #include "CFirewall.h"
+#include "CGnssAsiClient.h"
 #include "CIdsCore.h"
 #include "CIdsCoreAsiService.h"
 #include "CIdsInformationAsiService.h"
 #include "CIdsm.h"
+#include "CNad.h"
+#include "CNadInformationAsiClient.h"
+#include "CNadMsgAsiClient.h"
+#include "COoc.h"
+#include "COocAsiClient.h"
 #include "CProcMonitor.h"
+#include "CSoaDiag.h"
+#include "CSoaDiagAsiClient.h"
+#include "CSomeIpClient.h"
+#include "CTee.h"
+#include "CTeeAsiService.h"
+#include "CTimeSyncAsiClient.h"
 #include "CViAsiService.h"
+#include "CVoice.h"
+#include "CVoiceAsiClient.h"
 #include "comm/ActiveObject.h"
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "conn_common/UniversalListenerAndSubject.h"
@@ -30,21 +46,50 @@ public:
     void stopClients();
     void stopServices();
 
-    /// Connects to the car domain and starts the sensors; again at every later connection, which starts nothing twice.
+    /// Connects to the car domain and the unit's services and starts the sensors; again at every later connection,
+    /// which starts nothing twice.
     void onIdsCoreConnected() override;
 
 private:
+    /// The clients of the unit's services, in the order in which they are made, started and stopped.
+    struct Clients
+    {
+        explicit Clients(const comm::FactoryPtr& factory);
+        void start();
+        void stop();
+
+        CDtcsAsiClient dtcs;
+        CGnssAsiClient gnss;
+        CNadInformationAsiClient nadInformation;
+        CNadMsgAsiClient nadMsg;
+        COocAsiClient ooc;
+        CSoaDiagAsiClient soaDiag0;
+        CSoaDiagAsiClient soaDiag1;
+        CVoiceAsiClient voice;
+        CTimeSyncAsiClient timeSync;
+    };
+
+    void connectListeners();
     void initRstp();
 
+    Clients m_clients;
+    CTeeAsiService m_teeService;
     common_::SynchronizedTimerFactory m_timers;
     CIdsCoreAsiService m_coreService;
     CViAsiService m_v2xService;
     CCdRstpClient m_rstpClient;
+    CSomeIpClient m_someIpClient;
     CIdsCore m_core;
     CIdsInformationAsiService m_informationService;
     CIdsm m_dispatcher;
     CFirewall m_firewall;
+    COoc m_ooc;
+    CDtcs m_dtcs;
+    CNad m_nad;
     CProcMonitor m_processMonitor;
+    CSoaDiag m_soaDiag;
+    CTee m_tee;
+    CVoice m_voice;
 };
 
 } // namespace ids

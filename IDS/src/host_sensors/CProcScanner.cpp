@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <dirent.h>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "HostSensorChannel.h"
 #include "ProcFs.h"
+#include "ProcessEntries.h"
 #include "SProcStat.h"
 #include "ipl/ErrorStorage.h"
 #include "processValidity.h"
@@ -23,28 +23,12 @@ constexpr double kBusyPercent = 30.0;
 constexpr std::size_t kScanNameSize = 32;
 constexpr std::int32_t kRamMask = 0xFFFF;
 
-struct DirectoryCloser
-{
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-
-bool looksLikeProcess(const dirent& entry)
-{
-    return entry.d_type == DT_DIR && entry.d_name[0] >= '1' && entry.d_name[0] <= '9';
-}
-
 std::vector<std::string> scanProcesses(const util::Thread& thread)
 {
     std::vector<std::string> pids;
-    const std::unique_ptr<DIR, DirectoryCloser> directory{::opendir("/proc")};
-    if (!directory) {
-        return pids;
-    }
-    while (const auto* const entry = thread.stopRequested() ? nullptr : ::readdir(directory.get())) {
-        if (!looksLikeProcess(*entry)) {
-            continue;
-        }
-        std::string pid{entry->d_name};
+    proc_fs::ProcessEntries entries;
+    while (const auto* const entry = thread.stopRequested() ? nullptr : entries.next()) {
+        std::string pid{entry};
         if (areValid(pid, proc_fs::readProcessComm(pid, kScanNameSize))) {
             pids.push_back(std::move(pid));
         }

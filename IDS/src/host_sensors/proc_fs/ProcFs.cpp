@@ -2,20 +2,24 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <span>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 
 #include "ProcFsText.h"
+#include "ProcessEntries.h"
 #include "io_manager/UniqueFd.h"
 
 namespace ids::proc_fs {
 namespace {
 
 constexpr std::size_t kNameSize = 64;
+constexpr std::size_t kSearchedNameSize = 32;
 constexpr auto kUptime = "/proc/uptime";
 
 using Path = std::array<char, 64>;
@@ -25,6 +29,15 @@ Path pathOf(const std::string& pid, const char* file)
     Path path;
     std::snprintf(path.data(), path.size(), "/proc/%.32s/%s", pid.c_str(), file);
     return path;
+}
+
+/// 0 when the text is not a number from its first character to its last.
+std::uint32_t idOf(std::string_view pid)
+{
+    std::uint32_t id = 0;
+    const auto* const end = pid.data() + pid.size();
+    const auto result = std::from_chars(pid.data(), end, id);
+    return result.ec == std::errc{} && result.ptr == end ? id : 0;
 }
 
 /// One file that is read from its beginning. The kernel makes up its contents at each read, so few large ones are best.
@@ -76,6 +89,17 @@ std::string readProcessComm(const std::string& pid, std::size_t size)
 std::string getProcessName(std::uint32_t id)
 {
     return readProcessComm(std::to_string(id), kNameSize);
+}
+
+std::uint32_t findProcess(std::string_view name)
+{
+    ProcessEntries entries;
+    while (const auto* const pid = entries.next()) {
+        if (const auto id = idOf(pid); id != 0 && readProcessComm(pid, kSearchedNameSize) == name) {
+            return id;
+        }
+    }
+    return 0;
 }
 
 bool readProcStat(const std::string& pid, SProcStat& stat)

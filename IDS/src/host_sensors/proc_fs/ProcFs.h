@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "SProcStat.h"
 
@@ -17,6 +18,10 @@ std::string readProcessComm(const std::string& pid, std::size_t size);
 
 /// The same of at most 63 characters.
 std::string getProcessName(std::uint32_t id);
+
+/// The id of the first process of that name in the order of /proc, 0 when there is none. Of the processes' names, the
+/// first 31 characters count.
+std::uint32_t findProcess(std::string_view name);
 
 /// Reads the process' stat file and the unit's uptime. Returns false when the process is gone or may not be read.
 bool readProcStat(const std::string& pid, SProcStat& stat);

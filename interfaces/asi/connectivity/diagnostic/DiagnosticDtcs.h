@@ -37,7 +37,9 @@ class DiagnosticDtcsReply
 {
 public:
     virtual ~DiagnosticDtcsReply() = default;
-    virtual void updateDtcs(const util::SharedPtr<Dtcs>& dtcs, bool isValid) = 0;
+
+    /// No codes at all are told from none at present.
+    virtual void updateDtcs(const comm::Nullable<Dtcs>& dtcs, bool isValid) = 0;
 };
 
 struct DiagnosticDtcsDescription

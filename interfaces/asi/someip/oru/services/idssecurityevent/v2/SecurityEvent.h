@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
+#include "comm/Description.h"
 #include "util/CITypesFactory.h"
 #include "util/SharedPtr.h"
 
@@ -15,6 +17,14 @@ struct DT_securityEvent_struct
     UInt8Array timestamp;
     UInt8Array eventFrame;
     UInt8Array contextData;
+
+    static constexpr auto fields()
+    {
+        return std::tuple{comm::field("id", &DT_securityEvent_struct::id),
+                          comm::field("timestamp", &DT_securityEvent_struct::timestamp),
+                          comm::field("eventFrame", &DT_securityEvent_struct::eventFrame),
+                          comm::field("contextData", &DT_securityEvent_struct::contextData)};
+    }
 };
 
 /// What one notification carries. The handles may be null.

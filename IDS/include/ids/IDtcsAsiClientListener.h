@@ -1,0 +1,18 @@
+#pragma once
+
+#include "asi/connectivity/diagnostic/DiagnosticDtcs.h"
+#include "util/SharedPtr.h"
+
+namespace ids {
+
+/// Receives the diagnostic trouble codes of the unit, on the daemon's active object.
+class IDtcsAsiClientListener
+{
+public:
+    virtual ~IDtcsAsiClientListener() = default;
+
+    /// The array and its entries may be null; isValid is what the service says of the value.
+    virtual void updateDtcs(const util::SharedPtr<asi::connectivity::diagnostic::Dtcs>& dtcs, bool isValid) = 0;
+};
+
+} // namespace ids

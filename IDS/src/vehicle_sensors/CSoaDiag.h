@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ids/IIdsm.h"
+#include "ids/ISoaDiagAsiClientListener.h"
+#include "tracing/CallbackDispatcher.h"
+
+namespace ids {
+
+/// Reports service discoveries and TLS handshakes of the service-oriented middleware that failed. A discovery that
+/// succeeded is reported as a use of the trusted execution environment, where the handshake that follows is done. On
+/// the active object only.
+class CSoaDiag final : public ISoaDiagAsiClientListener
+{
+public:
+    explicit CSoaDiag(IIdsm& idsm);
+
+    void publishingStarted() override {}
+    void publish_ServiceDiscoveryEvent(const util::SharedPtr<asi::servicediag::ServiceDiscoveryEvent>& event) override;
+    void publish_ServiceSecSOAEvent(const util::SharedPtr<asi::servicediag::ServiceSecSOAEvent>& event) override;
+    void publish_SecureConnectionEvent(const util::SharedPtr<asi::servicediag::SecureConnectionEvent>& event) override;
+
+private:
+    void onTlsHandshakeFailed();
+
+    IIdsm& m_idsm;
+    tracing::CallbackDispatcher m_testCommands;
+};
+
+} // namespace ids
