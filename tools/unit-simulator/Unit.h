@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "DaemonClient.h"
+#include "ProvidedService.h"
+#include "asi/connectivity/al/NadInformationService.h"
+#include "asi/connectivity/al/NadMessagingServices.h"
+#include "asi/connectivity/configuration/QuorConfiguration.h"
+#include "asi/connectivity/diagnostic/DiagnosticDtcs.h"
+#include "asi/connectivity/ids/IdsTee.h"
+#include "asi/connectivity/ids/ViIdsmConnector.h"
+#include "asi/navigation/gnss/Gnss.h"
+#include "asi/ooc/app/IOocApplication.h"
+#include "asi/ooc/app/IOocIds.h"
+#include "asi/servicediag/diag.h"
+#include "asi/someip/oru/services/idssecurityevent/v2/IDSSecurityEvent.h"
+#include "asi/time/TimeSync.h"
+#include "comm/ActiveObject.h"
+
+namespace unit_simulator {
+
+/// The diagnostics of the service-oriented middleware: answers those who want the events.
+class Diagnostics final : public ProvidedService<asi::servicediag::diagDescription>
+{
+public:
+    using ProvidedService::ProvidedService;
+    void startPublishing() override { tell<&asi::servicediag::diagReply::publishingStarted>(); }
+};
+
+/// The gateway to the SOME/IP network. It takes every subscription.
+class SomeIp final
+    : public ProvidedService<asi::someip::oru::services::idssecurityevent::v2::IDSSecurityEventDescription>
+{
+public:
+    using ProvidedService::ProvidedService;
+    void subscribeItem(std::uint32_t, std::uint32_t) override {}
+};
+
+/// The unit around the daemon: the services it provides to the daemon, and the ends by which it calls the daemon's.
+/// Used on its active object; provideAll is called from elsewhere, since it waits for the bus.
+class Unit
+{
+public:
+    explicit Unit(const comm::FactoryPtr& factory);
+
+    /// Puts all services on the bus. Returns false when somebody else has one.
+    bool provideAll();
+
+    /// Everything that goes by one of kServices.
+    std::vector<IProvidedService*> servicesNamed(const std::string& name);
+
+    ProvidedService<asi::navigation::gnss::GnssDescription> gnss;
+    ProvidedService<asi::ooc::app::IOocApplicationDescription> operationControl;
+    ProvidedService<asi::ooc::app::IOocIdsDescription> operationControlIds;
+    ProvidedService<asi::connectivity::diagnostic::DiagnosticDtcsDescription> dtcs;
+    ProvidedService<asi::connectivity::al::NadInformationServiceDescription> modemInformation;
+    ProvidedService<asi::connectivity::al::NadMessagingServicesDescription> modemMessaging;
+    ProvidedService<asi::connectivity::configuration::QuorConfigurationDescription> configuration;
+    ProvidedService<asi::time::TimeSyncDescription> timeSync;
+    Diagnostics diagnostics;
+    Diagnostics diagnostics2;
+    SomeIp someIp;
+
+    DaemonClient<asi::connectivity::ids::IdsTeeDescription> tee;
+    DaemonClient<asi::connectivity::ids::ViIdsmConnectorDescription> v2x;
+
+private:
+    std::vector<IProvidedService*> services();
+};
+
+} // namespace unit_simulator
