@@ -72,7 +72,7 @@ AlarmTimer& defaultTimer()
 struct Alarm::Target
 {
     Mutex mutex;
-    const std::function<void()>* callback;
+    const std::function<void()>* callback; ///< null once it has rung or was removed
 };
 
 Alarm::Alarm(int, std::function<void()> callback) : m_timer{defaultTimer()}, m_callback{std::move(callback)} {}
@@ -84,8 +84,8 @@ void Alarm::set(std::chrono::milliseconds time)
     m_target->callback = &m_callback;
     m_number = m_timer.callAfter(time, [target = m_target] {
         const std::lock_guard lock{target->mutex};
-        if (target->callback != nullptr) {
-            (*target->callback)();
+        if (const auto* const callback = std::exchange(target->callback, nullptr)) {
+            (*callback)();
         }
     });
 }
@@ -93,9 +93,11 @@ void Alarm::set(std::chrono::milliseconds time)
 void Alarm::remove()
 {
     if (const auto target = std::exchange(m_target, nullptr)) {
-        m_timer.cancel(m_number);
         const std::lock_guard lock{target->mutex};
-        target->callback = nullptr;
+        // Of an alarm that has rung the number may be another's by now.
+        if (std::exchange(target->callback, nullptr) != nullptr) {
+            m_timer.cancel(m_number);
+        }
     }
 }
 
