@@ -21,8 +21,8 @@ namespace common_ {
 /// and for ever, when the service has died or cannot be connected to. The derived client says what to ask for when the
 /// service is alive and what to do with its replies.
 ///
-/// Made on any thread, started and destroyed on the active object, where the hooks and replies come too; the alarm's thread only
-/// posts. What the service sends while it is not alive to us is lost.
+/// Made on any thread, started and destroyed on the active object, where the hooks and replies come too; the alarm's
+/// thread only posts. What the service sends while it is not alive to us is lost.
 template <typename Proxy, typename Reply, typename Delays = DefaultReconnectDelays>
 class AsiClientSkeleton : private comm::LifecycleListener
 {

@@ -175,8 +175,8 @@ protected:
         }
     }
 
-    /// Stores a value of the attribute whose update operation is given, and whether it is valid, and sends both to every
-    /// client that has asked for its updates.
+    /// Stores a value of the attribute whose update operation is given, and whether it is valid, and sends both to
+    /// every client that has asked for its updates.
     template <auto function>
     void setAttribute(typename Attribute<function>::Value value, bool isValid = true)
     {

@@ -25,7 +25,8 @@ public:
     /// Whether it matters who calls. Finding that out costs a question to the bus for every change of the caller.
     virtual bool asksForUser() const { return false; }
 
-    /// Whether a caller may connect and call: the user it runs as, none when that cannot be told. Asked only when asksForUser.
+    /// Whether a caller may connect and call: the user it runs as, none when that cannot be told. Asked only when
+    /// asksForUser.
     virtual bool admits(std::optional<std::uint32_t>) const { return true; }
 
     /// Runs the request of the given place in ServiceInfo::requests. A reader that fails means that nothing was run.
