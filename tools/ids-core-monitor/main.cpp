@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -9,10 +8,8 @@
 #include <memory>
 #include <optional>
 #include <poll.h>
-#include <pthread.h>
 #include <stdexcept>
 #include <sys/signalfd.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "CoreConnection.h"
@@ -22,6 +19,7 @@
 #include "LineOutput.h"
 #include "Monitor.h"
 #include "Options.h"
+#include "Signals.h"
 #include "Tally.h"
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "tracing/Channel.h"
@@ -40,23 +38,6 @@ void fillStandardStreams()
         descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     close(descriptor);
-}
-
-// All threads leave the signals to the descriptor.
-int openSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : {SIGINT, SIGTERM, SIGUSR1}) {
-        sigaddset(&set, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-    const int descriptor = signalfd(-1, &set, SFD_CLOEXEC);
-    if (descriptor < 0) {
-        throw std::system_error{errno, std::generic_category(), "signalfd"};
-    }
-    return descriptor;
 }
 
 Monitor::Format formatFor(const Options& options)
@@ -163,7 +144,7 @@ int main(int argc, char** argv)
         tracing::setThresholds("*=4");
     }
     try {
-        return run(options, openSignals());
+        return run(options, tool_support::openSignals({SIGINT, SIGTERM, SIGUSR1}));
     } catch (const std::exception& error) {
         say(error.what());
         return 1;

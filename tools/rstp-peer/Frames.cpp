@@ -1,10 +1,8 @@
 #include "Frames.h"
 
-#include <cctype>
-#include <charconv>
-
 #include "BlockCodec.h"
 #include "EventLayout.h"
+#include "Hex.h"
 #include "SFrameHeader.h"
 #include "STimestamp.h"
 
@@ -17,11 +15,6 @@ constexpr std::uint8_t kEventTag = 2 << 3 | 4; // parameter 2, of variable lengt
 // Not the daemon's own instance, so that a core can tell the two apart.
 constexpr std::uint16_t kDomainsIdsmInstance = 50;
 
-bool isBlank(char character)
-{
-    return std::isspace(static_cast<unsigned char>(character)) != 0;
-}
-
 void append(Bytes& to, std::span<const std::uint8_t> bytes)
 {
     to.insert(to.end(), bytes.begin(), bytes.end());
@@ -29,31 +22,9 @@ void append(Bytes& to, std::span<const std::uint8_t> bytes)
 
 } // namespace
 
-std::optional<Bytes> fromHex(std::string_view text)
-{
-    Bytes bytes;
-    for (auto at = text.begin(); at != text.end();) {
-        if (isBlank(*at)) {
-            ++at;
-            continue;
-        }
-        if (text.end() - at < 2) {
-            return std::nullopt;
-        }
-        std::uint8_t byte = 0;
-        const auto [end, error] = std::from_chars(&*at, &*at + 2, byte, 16);
-        if (error != std::errc{} || end != &*at + 2) {
-            return std::nullopt;
-        }
-        bytes.push_back(byte);
-        at += 2;
-    }
-    return bytes;
-}
-
 std::optional<Bytes> fromHexLine(std::string_view line)
 {
-    return fromHex(line.substr(0, line.find('#')));
+    return tool_support::fromHex(line.substr(0, line.find('#')));
 }
 
 std::string toHex(std::span<const std::uint8_t> bytes)

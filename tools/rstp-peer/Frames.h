@@ -19,10 +19,8 @@ inline constexpr std::size_t kMostRead = 4096;
 /// More than that a socket's buffer need not take.
 inline constexpr std::size_t kLargestFrame = 65536;
 
-/// Bytes in hex, digits in pairs, blanks between the pairs or not; nothing when the text is anything else.
-std::optional<Bytes> fromHex(std::string_view text);
-
-/// The same from a line that may end in a comment after '#'. No bytes when there is only that.
+/// The bytes of a line in hex that may end in a comment after '#', none when there is only that; nothing when the line
+/// is anything else.
 std::optional<Bytes> fromHexLine(std::string_view line);
 
 /// "01 05 14"

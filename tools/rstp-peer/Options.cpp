@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fstream>
 
+#include "Hex.h"
 #include "KnownEvents.h"
 
 namespace rstp_peer {
@@ -61,7 +62,7 @@ Bytes hexOf(const std::string& where, const std::string& text, std::optional<Byt
 
 void addFrame(Options& options, const std::string& text)
 {
-    auto frame = hexOf("--frame", text, fromHex(text));
+    auto frame = hexOf("--frame", text, tool_support::fromHex(text));
     if (frame.empty()) {
         throw invalid("--frame", "a frame has at least one byte");
     }
@@ -70,7 +71,7 @@ void addFrame(Options& options, const std::string& text)
 
 void addEvent(Options& options, const std::string& text)
 {
-    add(options, "--event", eventFrame(hexOf("--event", text, fromHex(text))));
+    add(options, "--event", eventFrame(hexOf("--event", text, tool_support::fromHex(text))));
 }
 
 void addFile(Options& options, const std::string& path)

@@ -1,33 +1,15 @@
-#include <cerrno>
 #include <csignal>
 #include <exception>
-#include <pthread.h>
-#include <sys/signalfd.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "Options.h"
 #include "Peer.h"
 #include "PeerSocket.h"
+#include "Signals.h"
 
 namespace {
 
 using namespace rstp_peer;
-
-int openSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-    const int descriptor = signalfd(-1, &set, SFD_CLOEXEC);
-    if (descriptor < 0) {
-        throw std::system_error{errno, std::generic_category(), "signalfd"};
-    }
-    return descriptor;
-}
 
 // A job in the background would be stopped by what is typed for others.
 bool isTyped()
@@ -37,7 +19,7 @@ bool isTyped()
 
 void run(const Options& options)
 {
-    const int signals = openSignals();
+    const int signals = tool_support::openSignals({SIGINT, SIGTERM});
     PeerSocket socket{options.socketPath};
     say("waiting for a client at " + options.socketPath);
     Peer peer{options, socket, signals};

@@ -6,8 +6,8 @@
 
 namespace unit_simulator {
 
-/// The unit's end of a service that the daemon provides; finds it again whenever it has been away. On the unit's active
-/// object.
+/// The unit's end of a service that the daemon provides; finds it again when the daemon has been away, and after the
+/// bus has been away at the next call. On the unit's active object.
 template <typename Description>
 class DaemonClient final : private Description::Reply, private comm::LifecycleListener
 {

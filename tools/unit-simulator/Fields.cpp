@@ -2,28 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <memory>
-#include <optional>
+
+#include "Hex.h"
 
 namespace unit_simulator {
 namespace {
 
 using nlohmann::json;
-
-std::optional<std::vector<std::uint8_t>> fromHex(const std::string& text)
-{
-    std::string digits;
-    std::copy_if(text.begin(), text.end(), std::back_inserter(digits), [](char one) { return one != ' '; });
-    std::vector<std::uint8_t> bytes(digits.size() / 2);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const auto* const begin = digits.data() + i * 2;
-        if (std::from_chars(begin, begin + 2, bytes[i], 16).ptr != begin + 2) {
-            return std::nullopt;
-        }
-    }
-    return digits.size() % 2 == 0 ? std::optional{std::move(bytes)} : std::nullopt;
-}
 
 bool isText(const json& value)
 {
@@ -42,7 +28,7 @@ bool fits(Kind kind, const json& value)
     case Kind::text:
         return isText(value);
     case Kind::bytes:
-        return value.is_null() || (value.is_string() && fromHex(value.get<std::string>()));
+        return value.is_null() || (value.is_string() && tool_support::fromHex(value.get<std::string>()));
     case Kind::texts:
         return value.is_null() || (value.is_array() && std::all_of(value.begin(), value.end(), isText));
     case Kind::service:
@@ -97,7 +83,9 @@ util::SharedPtr<std::string> Fields::text(const char* name) const
 UInt8Array Fields::bytes(const char* name) const
 {
     const auto& value = m_values.at(name);
-    return value.is_null() ? nullptr : std::make_shared<std::vector<std::uint8_t>>(*fromHex(value.get<std::string>()));
+    return value.is_null()
+               ? nullptr
+               : std::make_shared<std::vector<std::uint8_t>>(*tool_support::fromHex(value.get<std::string>()));
 }
 
 std::vector<util::SharedPtr<std::string>> Fields::texts(const char* name) const

@@ -9,13 +9,11 @@
 #include <iterator>
 #include <memory>
 #include <poll.h>
-#include <pthread.h>
-#include <sys/signalfd.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "Options.h"
 #include "Player.h"
+#include "Signals.h"
 #include "Steps.h"
 #include "Unit.h"
 #include "conn_common/Function2AOEvent.h"
@@ -27,20 +25,6 @@ using namespace unit_simulator;
 void say(const std::string& text)
 {
     std::cerr << "unit-simulator: " + text + "\n";
-}
-
-int openSignals()
-{
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    const int descriptor = signalfd(-1, &set, SFD_CLOEXEC);
-    if (descriptor < 0) {
-        throw std::system_error{errno, std::generic_category(), "signalfd"};
-    }
-    return descriptor;
 }
 
 std::string contentsOf(const std::string& path)
@@ -178,7 +162,8 @@ int main(int argc, char** argv)
         if (const auto status = parseOptions(argc, argv, options, kinds)) {
             return *status;
         }
-        const int signals = openSignals(); // before there are threads to which they could go
+        const int signals =
+            tool_support::openSignals({SIGINT, SIGTERM}); // before there are threads to which they could go
         return Simulator{options, kinds}.run(signals);
     } catch (const BadInput& problem) {
         say(problem.what());

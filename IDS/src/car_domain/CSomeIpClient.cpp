@@ -32,7 +32,7 @@ bool CSomeIpClient::onSecurityEvents(const util::SharedPtr<SecurityEvents>& cont
 void CSomeIpClient::onAlive()
 {
     TRACE(s_channel, milestone, kClass, "called");
-    if (!proxy()->call<&v2::IDSSecurityEvent::subscribeItem>(v2::securityEventItem, 0U)) {
+    if (!proxy().call<&v2::IDSSecurityEvent::subscribeItem>(v2::securityEventItem, 0U)) {
         TRACE(s_channel, error, kClass, "Can't send subscribeItem()!");
     }
 }

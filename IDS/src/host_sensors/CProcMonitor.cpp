@@ -10,9 +10,9 @@
 #include <utility>
 
 #include "CommonHelpers.h"
-#include "HostSensorChannel.h"
 #include "ProcFs.h"
 #include "SCoreDump.h"
+#include "SensorChannels.h"
 #include "event_factory.h"
 #include "ids/constants.h"
 

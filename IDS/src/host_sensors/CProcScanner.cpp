@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "HostSensorChannel.h"
 #include "ProcFs.h"
 #include "ProcessEntries.h"
 #include "SProcStat.h"
+#include "SensorChannels.h"
 #include "ipl/ErrorStorage.h"
 #include "processValidity.h"
 

@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 
-#include "HostSensorChannel.h"
+#include "SensorChannels.h"
+#include "bootTime.h"
 #include "event_factory.h"
 #include "ids/STeeAccess.h"
 #include "ids/constants.h"
@@ -15,15 +15,13 @@ namespace {
 
 constexpr char kLabel[] = "ids::CTee";
 
-/// Milliseconds since boot, time in suspend included, modulo 2^32; 0 when the clock cannot be read.
 std::uint32_t getTimestamp()
 {
-    timespec now{};
-    if (clock_gettime(CLOCK_BOOTTIME, &now) != 0) {
+    const auto now = readMillisecondsSinceBoot();
+    if (!now) {
         TRACE(s_hostSensorChannel, error, kLabel, "clock_gettime() returned error! (errno: %s)", std::strerror(errno));
-        return 0;
     }
-    return static_cast<std::uint32_t>(now.tv_sec) * 1000U + static_cast<std::uint32_t>(now.tv_nsec / 1'000'000);
+    return now.value_or(0);
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <strings.h>
 #include <utility>
 
-#include "HostSensorChannel.h"
+#include "SensorChannels.h"
 #include "event_factory.h"
 #include "ids/SServiceListUpdate.h"
 #include "tracing/client_helper.h"

@@ -14,12 +14,12 @@ void CVoiceAsiClient::updateQuorServices(const util::SharedPtr<QuorServices>& se
 void CVoiceAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CVoiceAsiClient", "ASI CVoiceAsiClient is alive.");
-    proxy()->requestNotifications();
+    requestNotifications();
 }
 
 void CVoiceAsiClient::onDead()
 {
-    proxy()->cancelNotifications();
+    proxy().cancelNotifications();
 }
 
 } // namespace ids

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <sys/stat.h>
 
-#include "HostSensorChannel.h"
+#include "SensorChannels.h"
 #include "ids/constants.h"
 
 namespace ids {

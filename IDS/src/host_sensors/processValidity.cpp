@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "HostSensorChannel.h"
+#include "SensorChannels.h"
 
 namespace ids {
 namespace {

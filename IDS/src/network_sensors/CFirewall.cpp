@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "NfLogGroup.h"
-#include "SensorChannel.h"
+#include "SensorChannels.h"
 #include "event_factory.h"
 
 namespace ids {

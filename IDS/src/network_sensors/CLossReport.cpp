@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "SensorChannel.h"
+#include "SensorChannels.h"
 
 namespace ids {
 

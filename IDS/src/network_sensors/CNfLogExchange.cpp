@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "NlHelpers.h"
-#include "SensorChannel.h"
+#include "SensorChannels.h"
 #include "io_manager/NetlinkWalk.h"
 
 namespace ids {

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "NlHelpers.h"
-#include "SensorChannel.h"
+#include "SensorChannels.h"
 #include "ipl/ErrorStorage.h"
 
 namespace ids {

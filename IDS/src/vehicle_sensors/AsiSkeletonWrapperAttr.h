@@ -18,10 +18,10 @@ private:
     void onAlive() override
     {
         TRACE(common_::s_asiChannel, progress, "ids::AsiSkeletonWrapperAttr", "ASI COocAsiClient is alive.");
-        this->proxy()->requestNotifications();
+        this->requestNotifications();
     }
 
-    void onDead() override { this->proxy()->cancelNotifications(); }
+    void onDead() override { this->proxy().cancelNotifications(); }
 };
 
 } // namespace ids

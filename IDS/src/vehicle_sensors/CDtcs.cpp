@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "tracing/Channel.h"
+#include "SensorChannels.h"
 
 namespace ids {
 namespace {
@@ -11,8 +11,6 @@ namespace {
 constexpr char kLabel[] = "ids::CDtcs";
 constexpr std::uint32_t kGnssFailure = 0x20007;
 constexpr std::uint32_t kFaultPresent = 1;
-
-tracing::Channel s_channel{"CON_IDS_SENSOR_HOST", 7, 2};
 
 bool isGnssFailure(const util::SharedPtr<asi::connectivity::diagnostic::Dtc>& dtc)
 {
@@ -25,13 +23,13 @@ CDtcs::CDtcs(IIdsm& idsm) : m_idsm{idsm} {}
 
 void CDtcs::updateDtcs(const util::SharedPtr<asi::connectivity::diagnostic::Dtcs>& dtcs, bool isValid)
 {
-    TRACE(s_channel, progress, kLabel, "DTCs are: %s, isValid: %s", dtcs ? "valid" : "<invalid>",
+    TRACE(s_hostSensorChannel, progress, kLabel, "DTCs are: %s, isValid: %s", dtcs ? "valid" : "<invalid>",
           isValid ? "true" : "false");
     if (!isValid || !dtcs) {
         return;
     }
     if (std::any_of(dtcs->begin(), dtcs->end(), isGnssFailure)) {
-        TRACE(s_channel, progress, kLabel, "Report event.");
+        TRACE(s_hostSensorChannel, progress, kLabel, "Report event.");
     }
 }
 

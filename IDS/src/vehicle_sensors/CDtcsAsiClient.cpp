@@ -14,12 +14,12 @@ void CDtcsAsiClient::updateDtcs(const util::SharedPtr<asi::connectivity::diagnos
 void CDtcsAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CDtcsAsiClient", "ASI CDtcsAsiClient is alive.");
-    proxy()->requestNotifications();
+    requestNotifications();
 }
 
 void CDtcsAsiClient::onDead()
 {
-    proxy()->cancelNotifications();
+    proxy().cancelNotifications();
 }
 
 } // namespace ids

@@ -19,12 +19,12 @@ void CGnssAsiClient::updatePosition(const util::SharedPtr<asi::navigation::gnss:
 void CGnssAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CGnssAsiClient", "ASI CGnssAsiClient is alive.");
-    proxy()->requestNotifications();
+    requestNotifications();
 }
 
 void CGnssAsiClient::onDead()
 {
-    proxy()->cancelNotifications();
+    proxy().cancelNotifications();
 }
 
 } // namespace ids

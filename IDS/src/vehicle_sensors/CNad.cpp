@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "ProcFs.h"
+#include "SensorChannels.h"
 #include "event_factory.h"
 #include "ids/SExtConnFailure.h"
 #include "ids/SProcess.h"
-#include "tracing/Channel.h"
 #include "tracing/client_helper.h"
 
 namespace ids {
@@ -18,8 +18,6 @@ constexpr char kLabel[] = "ids::CNad";
 constexpr char kModemProcess[] = "nad";
 constexpr std::uint32_t kStarted = 0;
 constexpr std::uint8_t kCellular = 4; // the connection type of the modem's data connections
-
-tracing::Channel s_channel{"CON_IDS_SENSOR_HOST", 7, 2};
 
 } // namespace
 
@@ -34,7 +32,7 @@ void CNad::updateDataConnectionStartResult(const util::SharedPtr<DataConnectionS
     if (!isValid || !result) {
         return;
     }
-    TRACE(s_channel, progress, kLabel, "APN configuration has changed.");
+    TRACE(s_hostSensorChannel, progress, kLabel, "APN configuration has changed.");
     const SProcess modem{.id = proc_fs::findProcess(kModemProcess), .name = kModemProcess, .state = EProcState::START};
     m_idsm.reportEvent(event_factory::createEvent<SEvent_ApnConfigChange>(modem));
     if (result->startResult != kStarted) {
@@ -45,18 +43,18 @@ void CNad::updateDataConnectionStartResult(const util::SharedPtr<DataConnectionS
 
 void CNad::onMessage(asi::connectivity::al::SmsType, std::uint32_t, const util::SharedPtr<std::string>& pdu)
 {
-    TRACE(s_channel, progress, kLabel, "PDU: %s", pdu ? pdu->c_str() : "<Invalid>");
+    TRACE(s_hostSensorChannel, progress, kLabel, "PDU: %s", pdu ? pdu->c_str() : "<Invalid>");
 }
 
 void CNad::onApnChanged()
 {
-    TRACE(s_channel, milestone, kLabel, "called");
+    TRACE(s_hostSensorChannel, milestone, kLabel, "called");
     inject(kStarted);
 }
 
 void CNad::onApnStartFailed()
 {
-    TRACE(s_channel, milestone, kLabel, "called");
+    TRACE(s_hostSensorChannel, milestone, kLabel, "called");
     inject(2);
 }
 

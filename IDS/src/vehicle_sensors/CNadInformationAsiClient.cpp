@@ -30,7 +30,7 @@ void CNadInformationAsiClient::updateDataConnectionStartResult(const util::Share
 void CNadInformationAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CNadInformationAsiClient", "ASI CNadInformationAsiClient is alive.");
-    proxy()->requestNotifications();
+    requestNotifications();
 }
 
 } // namespace ids

@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "CommonHelpers.h"
-#include "tracing/Channel.h"
+#include "SensorChannels.h"
 
 namespace ids {
 namespace {
@@ -12,8 +12,6 @@ using common_helpers::CommonHelpers;
 
 constexpr char kLabel[] = "ids::COoc";
 constexpr std::chrono::milliseconds kPeriod{62000};
-
-tracing::Channel s_channel{"CON_IDS_SENSOR_ETH", 7, 2};
 
 const char* text(bool isValid)
 {
@@ -33,20 +31,20 @@ void COoc::start()
 
 void COoc::updateBatteryInfo(const util::SharedPtr<asi::ooc::app::BatteryInfo>& info, bool isValid)
 {
-    TRACE(s_channel, progress, kLabel, "isValid: %s", text(isValid));
+    TRACE(s_sensorChannel, progress, kLabel, "isValid: %s", text(isValid));
     if (isValid && info) {
-        TRACE(s_channel, progress, kLabel, "state: %d", info->state);
+        TRACE(s_sensorChannel, progress, kLabel, "state: %d", info->state);
     }
 }
 
 void COoc::updateCallActive(std::uint32_t status, bool isValid)
 {
-    TRACE(s_channel, progress, kLabel, "status: %d, isValid: %s", static_cast<int>(status), text(isValid));
+    TRACE(s_sensorChannel, progress, kLabel, "status: %d, isValid: %s", static_cast<int>(status), text(isValid));
 }
 
 void COoc::updateEthCommInterruptReason(std::uint32_t reason, bool isValid)
 {
-    TRACE(s_channel, progress, kLabel, "reason: %d, isValid: %s", static_cast<int>(reason), text(isValid));
+    TRACE(s_sensorChannel, progress, kLabel, "reason: %d, isValid: %s", static_cast<int>(reason), text(isValid));
     if (isValid) {
         ++m_interruptionCount;
     }
@@ -54,12 +52,12 @@ void COoc::updateEthCommInterruptReason(std::uint32_t reason, bool isValid)
 
 void COoc::updateRunMode(std::uint32_t mode, bool isValid)
 {
-    TRACE(s_channel, progress, kLabel, "mode: %d, isValid: %s", static_cast<int>(mode), text(isValid));
+    TRACE(s_sensorChannel, progress, kLabel, "mode: %d, isValid: %s", static_cast<int>(mode), text(isValid));
 }
 
 void COoc::onTimerExpired()
 {
-    TRACE(s_channel, progress, kLabel, "Timer expired. Interruption count: %u", m_interruptionCount);
+    TRACE(s_sensorChannel, progress, kLabel, "Timer expired. Interruption count: %u", m_interruptionCount);
     m_interruptionCount = 0;
     CommonHelpers::startTimer(m_timer);
 }

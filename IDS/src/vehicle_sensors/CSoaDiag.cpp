@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "SensorChannels.h"
 #include "event_factory.h"
 #include "ids/SServiceDiscoveryFailure.h"
 #include "ids/STeeAccess.h"
 #include "ids/STlsHandshakeFailure.h"
 #include "ids/constants.h"
-#include "tracing/Channel.h"
 #include "tracing/client_helper.h"
 
 namespace ids {
@@ -20,8 +20,6 @@ using namespace asi::servicediag;
 
 constexpr char kLabel[] = "ids::CSoaDiag";
 constexpr std::uint32_t kDiscoveryFailed = 1;
-
-tracing::Channel s_channel{"CON_IDS_SENSOR_HOST", 7, 2};
 
 std::string textOf(const util::SharedPtr<std::string>& text)
 {
@@ -84,36 +82,36 @@ CSoaDiag::CSoaDiag(IIdsm& idsm) : m_idsm{idsm}, m_testCommands{kLabel}
 
 void CSoaDiag::publish_ServiceDiscoveryEvent(const util::SharedPtr<ServiceDiscoveryEvent>& event)
 {
-    TRACE(s_channel, progress, kLabel, "called");
+    TRACE(s_hostSensorChannel, progress, kLabel, "called");
     if (!event) {
-        TRACE(s_channel, error, kLabel, "event invalid!");
+        TRACE(s_hostSensorChannel, error, kLabel, "event invalid!");
         return;
     }
     if (event->status == kDiscoveryFailed) {
-        TRACE(s_channel, progress, kLabel, "Failed service discovery.");
+        TRACE(s_hostSensorChannel, progress, kLabel, "Failed service discovery.");
         m_idsm.reportEvent(event_factory::createEvent<SEvent_FailServiceDiscovery>(failureOf(*event)));
         return;
     }
-    TRACE(s_channel, progress, kLabel, "Service discovery succeeded. TLS handshake will be performed.");
+    TRACE(s_hostSensorChannel, progress, kLabel, "Service discovery succeeded. TLS handshake will be performed.");
     const STeeAccess access{.teeName = std::string{teeName}, .appName = "telmux_someip_forwarder"};
     m_idsm.reportEvent(event_factory::createEvent<SEvent_TeeInvocation>(access));
 }
 
 void CSoaDiag::publish_ServiceSecSOAEvent(const util::SharedPtr<ServiceSecSOAEvent>& event)
 {
-    TRACE(s_channel, progress, kLabel, "called");
+    TRACE(s_hostSensorChannel, progress, kLabel, "called");
     if (!event) {
-        TRACE(s_channel, error, kLabel, "event invalid!");
+        TRACE(s_hostSensorChannel, error, kLabel, "event invalid!");
     }
 }
 
 void CSoaDiag::publish_SecureConnectionEvent(const util::SharedPtr<SecureConnectionEvent>& event)
 {
     if (!event) {
-        TRACE(s_channel, error, kLabel, "event invalid!");
+        TRACE(s_hostSensorChannel, error, kLabel, "event invalid!");
         return;
     }
-    TRACE(s_channel, progress, kLabel, "success: %s", event->success ? "true" : "false");
+    TRACE(s_hostSensorChannel, progress, kLabel, "success: %s", event->success ? "true" : "false");
     if (!event->success) {
         m_idsm.reportEvent(event_factory::createEvent<SEvent_FailTlsHandshake>(failureOf(*event)));
     }
@@ -121,7 +119,7 @@ void CSoaDiag::publish_SecureConnectionEvent(const util::SharedPtr<SecureConnect
 
 void CSoaDiag::onTlsHandshakeFailed()
 {
-    TRACE(s_channel, milestone, kLabel, "called");
+    TRACE(s_hostSensorChannel, milestone, kLabel, "called");
     publish_SecureConnectionEvent(std::make_shared<SecureConnectionEvent>(
         SecureConnectionEvent{.source_address = testAddress(0x68, 4031),
                               .destination_address = testAddress(0x67, 4030),

@@ -41,7 +41,7 @@ void CSoaDiagAsiClient::publish_SecureConnectionEvent(const util::SharedPtr<Secu
 void CSoaDiagAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CSoaDiagAsiClient", "ASI CSoaDiagAsiClient is alive.");
-    proxy()->call<&diag::startPublishing>();
+    retryUnless(proxy().call<&diag::startPublishing>());
 }
 
 } // namespace ids

@@ -29,12 +29,12 @@ void CTimeSyncAsiClient::updateUtcOffset(std::int64_t offset, bool isValid)
 void CTimeSyncAsiClient::onAlive()
 {
     TRACE(common_::s_asiChannel, progress, "ids::CTimeSyncAsiClient", "ASI CTimeSyncAsiClient is alive.");
-    proxy()->requestNotifications();
+    requestNotifications();
 }
 
 void CTimeSyncAsiClient::onDead()
 {
-    proxy()->cancelNotifications();
+    proxy().cancelNotifications();
 }
 
 } // namespace ids

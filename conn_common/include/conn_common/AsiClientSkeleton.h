@@ -79,8 +79,21 @@ protected:
     virtual void onAlive() {}
     virtual void onDead() {}
 
-    /// Null when not started.
-    const Proxy* proxy() const { return m_proxy.get(); }
+    /// For the hooks only: there is a proxy then.
+    const Proxy& proxy() const { return *m_proxy; }
+
+    /// For onAlive: asks for the updates of all attributes of the service.
+    void requestNotifications() { retryUnless(m_proxy->requestNotifications()); }
+
+    /// For onAlive: when what must be asked of the service could not be sent, it is connected to anew after a while.
+    void retryUnless(bool sent)
+    {
+        if (!sent) {
+            TRACE(s_asiChannel, error, kLabel, "Can't ask %s for what it has to tell, trying again",
+                  m_instanceId.c_str());
+            m_reconnectAlarm.set(Delays::afterFailedConnect);
+        }
+    }
 
 private:
     using Forwarder = SafeProxyServiceAndLifecycleListener<Reply>;
@@ -93,9 +106,11 @@ private:
         if (m_proxy) {
             m_proxy->disconnect();
         }
-        m_proxy = std::make_unique<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
-        m_instanceId = m_proxy->getInstanceID();
-        if (m_proxy->connect()) {
+        m_proxy = tryAllocate<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
+        if (m_proxy) {
+            m_instanceId = m_proxy->getInstanceID();
+        }
+        if (!m_proxy || m_proxy->connect()) {
             ipl::ErrorStorage::ack();
             TRACE_AT(s_asiChannel, error, kLabel, "reconnect", 169, "Failed to connect ASI %s", m_instanceId.c_str());
             m_reconnectAlarm.set(Delays::afterFailedConnect);
