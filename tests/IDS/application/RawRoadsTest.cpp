@@ -36,15 +36,18 @@ TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWa
     viaV2X.insert(viaV2X.end(), kEvent.begin(), kEvent.end());
     viaV2X.emplace_back("28");
     EXPECT_EQ(outputOf(viaV2X), "");
-    ASSERT_TRUE(eventually([&] { return core.events().size() == 1; }));
+    ASSERT_TRUE(eventually([&] { return core.count(0xA001) == 1; }));
 
     const std::vector<std::string> viaCar{RSTP_PEER, "--exit", "--event",
                                           "130C41A001000100 0000000100000002 80002B0000000709 08070605"};
     for (std::size_t sent = 2; sent < 4; ++sent) {
         ChildProcess peer{viaCar};
-        ASSERT_TRUE(eventually([&] { return core.events().size() == sent; })) << peer.output();
+        ASSERT_TRUE(eventually([&] { return core.count(0xA001) == sent; })) << peer.output();
     }
     for (const auto& event : core.events()) {
+        if (event.id == 0x9711) { // the packet filter's statistics, when this takes long
+            continue;
+        }
         EXPECT_EQ(event.frame, (std::vector<std::uint8_t>{0x13, 0x0C, 0x41, 0xA0, 1, 0, 1, 0}));
         EXPECT_EQ(event.context, (std::vector<std::uint8_t>{0x80, 0, 0x2B, 0, 0, 0, 7, 9, 8, 7, 6, 5}));
         EXPECT_EQ(event.id, 0xA001);
