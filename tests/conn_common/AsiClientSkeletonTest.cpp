@@ -1,9 +1,12 @@
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "ClientOnBus.h"
 #include "Eventually.h"
 #include "ManualAlarms.h"
 #include "TestActiveObject.h"
@@ -21,7 +24,9 @@ using tracing::Level;
 
 struct Target
 {
-    void updateDtcs(const util::SharedPtr<Dtcs>&, bool) {}
+    void updateDtcs(const util::SharedPtr<Dtcs>&, bool) { std::function{onUpdate}(); }
+
+    std::function<void()> onUpdate = [] {};
 };
 
 struct Reply : asi::connectivity::diagnostic::DiagnosticDtcsReply, common_::ReplyForwarder<Target>
@@ -36,7 +41,11 @@ struct Reply : asi::connectivity::diagnostic::DiagnosticDtcsReply, common_::Repl
 struct Client : Target, common_::AsiClientSkeleton<asi::connectivity::diagnostic::DiagnosticDtcsProxy, Reply>
 {
     explicit Client(const comm::FactoryPtr& factory) : AsiClientSkeleton{factory, *this} {}
-    void onAlive() override { isAlive = true; }
+    void onAlive() override
+    {
+        isAlive = true;
+        requestNotifications();
+    }
     void onDead() override { isAlive = false; }
 
     std::atomic<bool> isAlive{false};
@@ -156,6 +165,38 @@ TEST_F(AsiClientSkeletonTest, DestructionForgetsAlarmAndQueuedReconnect)
     });
     activeObject.drain();
     EXPECT_EQ(lines(Level::milestone, "Reconnecting..."), before);
+}
+
+TEST_F(AsiClientSkeletonTest, AServiceThatNeverAnswersIsAskedAgainASecondAfterPatienceIsOver)
+{
+    bus = std::make_unique<TestBus>();
+    const ChildProcess peer{{SERVICE_PEER}};
+    ASSERT_TRUE(peer.waitForOutput("provided"));
+    peer.signal(SIGSTOP);
+    setenv("SYSTEMD_BUS_TIMEOUT", "200ms", 1);
+    startClient();
+    unsetenv("SYSTEMD_BUS_TIMEOUT");
+    ASSERT_TRUE(waitsFor(1000ms));
+    EXPECT_EQ(lines(Level::milestone, "ASI dead " + std::string{kInstance} + " 0 3 110"), 1U);
+}
+
+TEST_F(AsiClientSkeletonTest, AnUpdateMayFindItsClientGoneOrEndIt)
+{
+    using namespace asi::connectivity::diagnostic;
+    start();
+    ProvidedService<DiagnosticDtcsSAttr> service;
+    const auto update = [&] { service.set<&DiagnosticDtcsReply::updateDtcs>(util::SharedPtr<Dtcs>{}); };
+    ASSERT_TRUE(becomesAlive());
+    activeObject.run([&] {
+        client->onUpdate = [] { ADD_FAILURE() << "nobody is there"; };
+        update();
+        client.reset();
+    });
+    startClient();
+    std::atomic<bool> ended{false};
+    activeObject.run([&] { client->onUpdate = [&] { ended = (client = nullptr) == nullptr; }; });
+    update();
+    EXPECT_TRUE(eventually([&] { return ended.load(); }));
 }
 
 TEST(AlarmTest, AnAlarmCallsOnceAndNotAfterItsRemoval)

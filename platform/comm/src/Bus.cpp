@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 #include <system_error>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
@@ -18,6 +19,12 @@ constexpr std::uint64_t kRetryMicroseconds = 500'000;
 constexpr std::size_t kMessageSize = 512; // what a message takes besides what is appended
 
 tracing::Channel s_channel{"CON_COMM", 7, 2};
+
+bool isOfBus(sd_bus_message* message)
+{
+    const char* const sender = sd_bus_message_get_sender(message);
+    return sender == nullptr || std::string_view{sender} == "org.freedesktop.DBus";
+}
 
 } // namespace
 
@@ -176,13 +183,15 @@ int Bus::handle(sd_bus_message* message)
         m_reported = false;
         TRACE(s_channel, milestone, kLabel, "bus at %s is back", address().c_str());
     }
-    std::uint8_t type = 0;
-    if (sd_bus_message_get_type(message, &type) < 0 || type != SD_BUS_MESSAGE_SIGNAL ||
-        sd_bus_message_get_destination(message) == nullptr)
-    {
+    if (sd_bus_message_is_signal(message, nullptr, nullptr) <= 0 || isOfBus(message)) {
         return 0;
     }
-    return visitUsers([message](User& user) { return user.onSignal(message); }) ? 1 : 0;
+    // A peer's signal goes no further. All our matches are for what the bus itself tells, but the library does not
+    // compare the sender: what a peer sends to us alone could forge the death of anybody.
+    if (sd_bus_message_get_destination(message) != nullptr) {
+        visitUsers([message](User& user) { return user.onSignal(message); });
+    }
+    return 1;
 }
 
 void Bus::lose()

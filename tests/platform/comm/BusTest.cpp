@@ -259,6 +259,8 @@ TEST_F(BusTest, SignalsOfAnybodyButTheServiceAreNotTaken)
         const auto name = names.substr(at, names.find(' ', at) - at);
         outputOf({"busctl", "--system", "emit", "--destination=" + name, "/test/Quarry/1", "test.QuarryReply",
                   "brought", "st", "forged", "42"});
+        outputOf({"busctl", "--system", "emit", "--destination=" + name, "/org/freedesktop/DBus",
+                  "org.freedesktop.DBus", "NameOwnerChanged", "sss", "test.Quarry.instance1", name, ""});
     }
     ASSERT_TRUE(peer.bring(stone("real")));
     EXPECT_TRUE(peer.hears({kAlive, "real42"}));
