@@ -79,8 +79,10 @@ protected:
     virtual void onAlive() {}
     virtual void onDead() {}
 
-    /// For the hooks only: there is a proxy then.
+    /// For the hooks, and while alive: there is a proxy then.
     const Proxy& proxy() const { return *m_proxy; }
+
+    bool isAlive() const { return m_proxy && m_proxy->isAlive(); }
 
     /// For onAlive: asks for the updates of all attributes of the service.
     void requestNotifications() { retryUnless(m_proxy->requestNotifications()); }

@@ -25,6 +25,15 @@ protected:
         }
     }
 
+    /// As forward, for a target that is a subject: to all its listeners.
+    template <typename Operation, typename... Args>
+    void tell(Operation operation, const Args&... args) const
+    {
+        if (m_target != nullptr) {
+            m_target->notify(operation, args...);
+        }
+    }
+
 private:
     Target* m_target;
 };

@@ -89,8 +89,9 @@ void ProxyEndpoint::rest()
 void ProxyEndpoint::die(DeathNotice::Reason reason, int origin)
 {
     const DeathNotice notice{m_state == State::alive ? 1U : 0U, reason, static_cast<std::uint32_t>(origin)};
+    const auto lifecycle = m_lifecycle;
     rest();
-    m_listener.dead(m_lifecycle, notice);
+    m_listener.dead(lifecycle, notice); // which may destroy us
 }
 
 void ProxyEndpoint::onBusLost()

@@ -41,7 +41,7 @@ public:
     virtual ~LifecycleListener() = default;
     virtual void alive(const Lifecycle& lifecycle) = 0;
 
-    /// After this the proxy is at rest until it is told to connect again.
+    /// After this the proxy is at rest until it is told to connect again. It may be destroyed in here.
     virtual void dead(const Lifecycle& lifecycle, const DeathNotice& notice) = 0;
 };
 

@@ -1,0 +1,90 @@
+#include "target_common/TimeProvider.h"
+
+#include <mutex>
+
+#include "ipl/ErrorStorage.h"
+#include "osal/Mutex.h"
+#include "tracing/Channel.h"
+
+namespace common_ {
+namespace {
+
+tracing::Channel s_channel{"CON_TIME", 7, 2};
+constexpr auto kClass = "TimeProvider";
+constexpr auto kSource = "target_common/src/TimeProvider";
+
+osal::Mutex s_creation;
+
+} // namespace
+
+TimeProvider& TimeProvider::getInstance()
+{
+    const std::lock_guard lock{s_creation};
+    static auto* const instance = new TimeProvider; // never destroyed: it may be asked for until the process is gone
+    return *instance;
+}
+
+TimeProvider::TimeProvider()
+    : m_factory{std::make_shared<comm::SingleThreadedActiveObjectFactory<comm::ActiveObject>>("TimerAO")},
+      m_reconnection{m_factory, [this] { connect("TimeSync"); }}
+{
+    comm::runAndWait(m_factory->getActiveObject({}), [this] { connect("PhoneTime"); });
+}
+
+void TimeProvider::connect(const char* name)
+{
+    m_timeProxy = std::make_unique<asi::time::TimeSyncProxy>(1, m_factory, *this, *this);
+    if (m_timeProxy->connect()) {
+        TRACE(s_channel, warning, kClass, "IPL error at %s:%d! Could not connect %s,reason=%s", kSource, __LINE__, name,
+              ipl::ErrorStorage::reason());
+        ipl::ErrorStorage::ack();
+        m_reconnection.connectFailed();
+    }
+}
+
+void TimeProvider::alive(const comm::Lifecycle&)
+{
+    TRACE(s_channel, detail, kClass, "called");
+    if (!m_timeProxy->isAlive()) {
+        TRACE(s_channel, detail, kClass, "Call not executed, proxy not alive");
+    } else if (!m_timeProxy->requestNotifications()) {
+        TRACE(s_channel, warning, kClass, "IPL error at %s:%d! Called 'm_TimeProxy->setNotification()',reason=%s",
+              kSource, __LINE__, ipl::ErrorStorage::reason());
+        ipl::ErrorStorage::ack();
+    } else {
+        TRACE(s_channel, detail, kClass, "Call 'm_TimeProxy->setNotification()' successful");
+    }
+}
+
+void TimeProvider::dead(const comm::Lifecycle&, const comm::DeathNotice& notice)
+{
+    TRACE(s_channel, detail, kClass, "called");
+    m_reconnection.serviceDied(notice);
+}
+
+void TimeProvider::updatepltOffset(std::int64_t offset, bool isValid)
+{
+    if (isValid && m_pltOffset.update(offset)) {
+        TRACE(s_channel, detail, kClass, "pltTimeOffset=%lld", static_cast<long long>(offset));
+    }
+}
+
+void TimeProvider::updateutcOffset(std::int64_t offset, bool isValid)
+{
+    if (isValid && m_utcOffset.update(offset)) {
+        TRACE(s_channel, detail, kClass, "utcTimeOffset=%lld", static_cast<long long>(offset));
+    }
+}
+
+bool TimeProvider::SOffset::update(std::int64_t offset)
+{
+    if (currentValid) {
+        previous = current;
+        previousValid = true;
+    }
+    current = offset;
+    currentValid = true;
+    return !previousValid || previous != offset;
+}
+
+} // namespace common_
