@@ -5,6 +5,8 @@
 
 #include "ChildProcess.h"
 #include "Eventually.h"
+#include "Options.h"
+#include "PersistenceStore.h"
 #include "Player.h"
 #include "Scenario.h"
 #include "Steps.h"
@@ -102,6 +104,34 @@ TEST_F(UnitSimulatorTest, ServicesKeepWhatTheyAreToldAndFailOnCommand)
     EXPECT_EQ(services(), "(aaa(as)b) 1 2 1 1 \"a\" 0 true\n");
     EXPECT_THAT(connect(), HasSubstr("Access denied"));
     EXPECT_TRUE(simulator.waitForOutput("unknown step \"jump\""));
+}
+
+TEST_F(UnitSimulatorTest, SettingsThatWereFlushedOutliveTheUnitAndOthersOnlyItsOrderlyEnd)
+{
+    const auto call = [](const std::vector<std::string>& arguments) {
+        const std::string service = "persistence.IPersistenceA";
+        std::vector<std::string> command{
+            "busctl", "--system", "call", service + ".instance1", "/persistence/IPersistenceA/1", service};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return outputOf(command);
+    };
+    const auto file = bus.directory() + "/settings";
+    const std::vector<std::string> command{UNIT_SIMULATOR, "--persistence-file", file, "--verbose"};
+    for (const int end : {SIGKILL, SIGTERM}) {
+        ChildProcess simulator{command};
+        ASSERT_TRUE(simulator.waitForOutput("services are there"));
+        EXPECT_EQ(call({"openByName", "sas", "IDS", "1", "v1"}), "");
+        EXPECT_EQ(call({"setInt", "uui", "1", "0", "7"}), "");
+        EXPECT_EQ(call({"flush", "u", "1"}), "");
+        EXPECT_EQ(call({"setInt", "uui", "1", "1", "8"}), "");
+        ChildProcess second{command};
+        EXPECT_EQ(second.wait(), kUsageError) << "the file is in use";
+        simulator.signal(end);
+        simulator.wait();
+        const PersistenceStore store{file};
+        EXPECT_EQ(store.value(1, 0), PersistenceStore::Value{7});
+        EXPECT_EQ(store.value(1, 1), end == SIGKILL ? PersistenceStore::Value{} : PersistenceStore::Value{8});
+    }
 }
 
 TEST_F(UnitSimulatorTest, AServiceThatIsDownIsGoneAndAUnitThatHangsAnswersNobody)

@@ -31,8 +31,9 @@ enum class Kind
 };
 
 /// What the unit's services are called. Some are provided in several instances, or as several services of the bus.
-inline constexpr std::array<const char*, 9> kServices{
-    "gnss", "operation-control", "dtcs", "modem", "configuration", "time-sync", "diagnostics", "some-ip", "all"};
+inline constexpr std::array<const char*, 11> kServices{"gnss",          "operation-control", "dtcs",        "modem",
+                                                       "configuration", "time-sync",         "diagnostics", "some-ip",
+                                                       "wlan",          "persistence",       "all"};
 
 /// What a value of the kind is, for people.
 std::string textOf(Kind kind);

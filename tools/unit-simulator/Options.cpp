@@ -20,6 +20,7 @@ constexpr char kFooter[] =
     "  unit-simulator --scenario tools/unit-simulator/scenarios/drive.json --verbose\n"
     "  unit-simulator --do 'connection-result startResult=2'\n"
     "  echo 'down service=gnss' | unit-simulator\n"
+    "  unit-simulator --persistence-file settings.db --do 'persistence-value partition=IDS key=0 value=1'\n"
     "  unit-simulator --list\n\n"
     "Signals: SIGINT and SIGTERM end it. SIGKILL is how to try what the daemon does when the unit dies.\n"
     "Environment: DBUS_SYSTEM_BUS_ADDRESS (the bus), TRACING (thresholds of the log, such as CON_COMM=0).\n"
@@ -50,7 +51,10 @@ std::optional<int> parseOptions(int argc, char** argv, Options& options, const s
         ->type_name("COMMAND")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_flag("--verbose", options.verbose, "Show each step on standard error");
+    app.add_option("--persistence-file", options.persistenceFile,
+                   "Keep the settings of the persistence service in this SQLite file; otherwise in memory")
+        ->type_name("FILE");
+    app.add_flag("--verbose", options.verbose, "Show each step and each use of the settings on standard error");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

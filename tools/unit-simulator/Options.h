@@ -13,8 +13,9 @@ inline constexpr int kUsageError = 2;
 /// What the command line asks for.
 struct Options
 {
-    std::string scenarioFile;          ///< empty: none
-    std::vector<std::string> commands; ///< steps to do at once, one after the other
+    std::string scenarioFile;                 ///< empty: none
+    std::vector<std::string> commands;        ///< steps to do at once, one after the other
+    std::string persistenceFile = ":memory:"; ///< what SQLite keeps the settings in
     bool verbose = false;
 };
 

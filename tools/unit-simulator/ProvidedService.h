@@ -67,16 +67,19 @@ public:
         }
     }
 
-private:
+protected:
     using Client = typename comm::Service<Description>::Reply;
 
+    bool hasClients() const { return !m_clients.empty(); }
+    void clientDisconnected(const Client& client) override { std::erase(m_clients, client); }
+
+private:
     void clientConnected(const Client& client) override
     {
         if (std::find(m_clients.begin(), m_clients.end(), client) == m_clients.end()) {
             m_clients.push_back(client);
         }
     }
-    void clientDisconnected(const Client& client) override { std::erase(m_clients, client); }
     bool asksForUser() const override { return m_refuses; }
     bool admits(std::optional<std::uint32_t>) const override { return !m_refuses; }
 

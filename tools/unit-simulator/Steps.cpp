@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "PersistenceSteps.h"
 #include "Unit.h"
 
 namespace unit_simulator {
@@ -165,6 +166,43 @@ void publishTimeOffsets(Unit& unit, const Fields& fields)
     unit.timeSync.set<&TimeSyncReply::updateutcOffset>(fields.number<std::int64_t>("utc"), fields.flag("valid"));
 }
 
+void tellHotspotFailure(Unit& unit, const Fields& fields)
+{
+    using namespace asi::connectivity::networking;
+    const WlanConnectionFailureHotspot failure{fields.bytes("mac"), fields.number<std::uint32_t>("reason"),
+                                               fields.number<std::uint32_t>("band"), fields.bytes("bssid"),
+                                               fields.text("ssid")};
+    unit.wlan.tell<&WlanServiceReply::updateWlanConnectionFailureHotspot>(recordUnlessAbsent(fields, failure));
+}
+
+void tellClientFailure(Unit& unit, const Fields& fields)
+{
+    using namespace asi::connectivity::networking;
+    const WlanConnectionFailureClient failure{fields.text("ssid"), fields.bytes("bssid"),
+                                              fields.number<std::uint32_t>("reason"), fields.bytes("hwaddr")};
+    unit.wlan.tell<&WlanServiceReply::updateWlanConnectionFailureClient>(recordUnlessAbsent(fields, failure));
+}
+
+void tellClientSuccess(Unit& unit, const Fields& fields)
+{
+    using namespace asi::connectivity::networking;
+    const WlanConnectionSuccessClient success{fields.text("ssid"), fields.bytes("bssid")};
+    unit.wlan.tell<&WlanServiceReply::updateWlanConnectionSuccessClient>(recordUnlessAbsent(fields, success));
+}
+
+void tellWlanDevice(Unit& unit, const Fields& fields)
+{
+    using namespace asi::connectivity::networking;
+    unit.wlan.tell<&WlanServiceReply::updateWLANDevice>(recordUnlessAbsent(fields, WlanDevice{fields.text("name")}));
+}
+
+void setWlanCounters(Unit& unit, const Fields& fields)
+{
+    const asi::connectivity::networking::WlanTrafficCounters counters{fields.number<std::uint64_t>("received"),
+                                                                      fields.number<std::uint64_t>("sent")};
+    unit.wlan.setCounters(recordUnlessAbsent(fields, counters), fields.flag("answers"));
+}
+
 void callV2x(Unit& unit, const Fields& fields)
 {
     const auto event = fields.bytes("event");
@@ -278,6 +316,38 @@ std::vector<StepKind> notificationSteps()
              tellSomeIpEvents}};
 }
 
+std::vector<StepKind> wlanSteps()
+{
+    const Field ssid{"ssid", Kind::text, "unit-hotspot", ""};
+    const Field bssid{"bssid", Kind::bytes, "020000000001", "of the access point"};
+    const Field reason{"reason", Kind::number, 1, "as the service numbers it"};
+    return {{"hotspot-failure",
+             "somebody could not join the unit's hotspot",
+             {{"mac", Kind::bytes, "020000000010", "whose attempt it was"},
+              reason,
+              {"band", Kind::number, 0, "as the service numbers it"},
+              bssid,
+              ssid,
+              kIsAbsent},
+             tellHotspotFailure},
+            {"wlan-failure",
+             "the unit could not join a WLAN",
+             {ssid, bssid, reason, {"hwaddr", Kind::bytes, "020000000002", "of the unit's device"}, kIsAbsent},
+             tellClientFailure},
+            {"wlan-success", "the unit has joined a WLAN", {ssid, bssid, kIsAbsent}, tellClientSuccess},
+            {"wlan-device",
+             "news of a WLAN device of the unit",
+             {{"name", Kind::text, "wlan0", ""}, kIsAbsent},
+             tellWlanDevice},
+            {"wlan-counters",
+             "what requests for the WLAN's traffic counters are answered from now on",
+             {{"received", Kind::number, 0, "bytes"},
+              {"sent", Kind::number, 0, "bytes"},
+              {"answers", Kind::flag, true, "else nobody is answered"},
+              kIsAbsent},
+             setWlanCounters}};
+}
+
 std::vector<StepKind> callSteps()
 {
     using asi::connectivity::ids::IdsTee;
@@ -341,7 +411,8 @@ std::vector<StepKind> faultSteps()
 std::vector<StepKind> allSteps()
 {
     std::vector<StepKind> all;
-    for (auto part : {attributeSteps(), notificationSteps(), callSteps(), faultSteps()}) {
+    for (auto part :
+         {attributeSteps(), notificationSteps(), wlanSteps(), persistenceSteps(), callSteps(), faultSteps()}) {
         all.insert(all.end(), part.begin(), part.end());
     }
     return all;

@@ -1,8 +1,10 @@
 #include "Unit.h"
 
+#include <utility>
+
 namespace unit_simulator {
 
-Unit::Unit(const comm::FactoryPtr& factory)
+Unit::Unit(const comm::FactoryPtr& factory, PersistenceStore& store, PersistenceService::Report report)
     : gnss{"gnss", factory},
       operationControl{"operation-control", factory},
       operationControlIds{"operation-control", factory},
@@ -14,6 +16,8 @@ Unit::Unit(const comm::FactoryPtr& factory)
       diagnostics{"diagnostics", factory, 1},
       diagnostics2{"diagnostics", factory, 2},
       someIp{"some-ip", factory},
+      wlan{"wlan", factory},
+      persistence{"persistence", factory, store, std::move(report)},
       tee{factory},
       v2x{factory}
 {}
@@ -39,9 +43,9 @@ std::vector<IProvidedService*> Unit::servicesNamed(const std::string& name)
 
 std::vector<IProvidedService*> Unit::services()
 {
-    return {
-        &gnss,     &operationControl, &operationControlIds, &dtcs,  &modemInformation, &modemMessaging, &configuration,
-        &timeSync, &diagnostics,      &diagnostics2,        &someIp};
+    return {&gnss,          &operationControl, &operationControlIds, &dtcs,         &modemInformation, &modemMessaging,
+            &configuration, &timeSync,         &diagnostics,         &diagnostics2, &someIp,           &wlan,
+            &persistence};
 }
 
 } // namespace unit_simulator

@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "DaemonClient.h"
+#include "PersistenceService.h"
 #include "ProvidedService.h"
 #include "asi/connectivity/al/NadInformationService.h"
 #include "asi/connectivity/al/NadMessagingServices.h"
@@ -15,6 +17,7 @@
 #include "asi/connectivity/diagnostic/DiagnosticDtcs.h"
 #include "asi/connectivity/ids/IdsTee.h"
 #include "asi/connectivity/ids/ViIdsmConnector.h"
+#include "asi/connectivity/networking/WlanService.h"
 #include "asi/navigation/gnss/Gnss.h"
 #include "asi/ooc/app/IOocApplication.h"
 #include "asi/ooc/app/IOocIds.h"
@@ -42,12 +45,39 @@ public:
     void subscribeItem(std::uint32_t, std::uint32_t) override {}
 };
 
+/// The WLAN functions. Counters are asked for again and again: the answer stays the same until it is set anew.
+class Wlan final : public ProvidedService<asi::connectivity::networking::WlanServiceDescription>
+{
+public:
+    using Counters = util::SharedPtr<asi::connectivity::networking::WlanTrafficCounters>;
+
+    using ProvidedService::ProvidedService;
+    void startNotifications() override {}
+    void requestTrafficCounters() override
+    {
+        if (m_answers) {
+            tell<&asi::connectivity::networking::WlanServiceReply::responseTrafficCounters>(m_counters);
+        }
+    }
+
+    void setCounters(const Counters& counters, bool answers)
+    {
+        m_counters = counters;
+        m_answers = answers;
+    }
+
+private:
+    Counters m_counters = std::make_shared<asi::connectivity::networking::WlanTrafficCounters>();
+    bool m_answers = true;
+};
+
 /// The unit around the daemon: the services it provides to the daemon, and the ends by which it calls the daemon's.
 /// Used on its active object; provideAll is called from elsewhere, since it waits for the bus.
 class Unit
 {
 public:
-    explicit Unit(const comm::FactoryPtr& factory);
+    /// report: takes a line for every use of the settings.
+    Unit(const comm::FactoryPtr& factory, PersistenceStore& store, PersistenceService::Report report);
 
     /// Puts all services on the bus. Returns false when somebody else has one.
     bool provideAll();
@@ -66,6 +96,8 @@ public:
     Diagnostics diagnostics;
     Diagnostics diagnostics2;
     SomeIp someIp;
+    Wlan wlan;
+    PersistenceService persistence;
 
     DaemonClient<asi::connectivity::ids::IdsTeeDescription> tee;
     DaemonClient<asi::connectivity::ids::ViIdsmConnectorDescription> v2x;

@@ -46,7 +46,8 @@ public:
           m_kinds{kinds},
           m_scenario{options.scenarioFile.empty()
                          ? Scenario{}
-                         : readScenario(contentsOf(options.scenarioFile), options.scenarioFile, kinds)}
+                         : readScenario(contentsOf(options.scenarioFile), options.scenarioFile, kinds)},
+          m_settings{options.persistenceFile}
     {
         for (const auto& command : options.commands) {
             m_commands.push_back(readCommand(command, kinds));
@@ -55,7 +56,9 @@ public:
 
     int run(int signals)
     {
-        comm::runAndWait(m_factory->getActiveObject({}), [this] { m_unit = std::make_unique<Unit>(m_factory); });
+        comm::runAndWait(m_factory->getActiveObject({}), [this] {
+            m_unit = std::make_unique<Unit>(m_factory, m_settings, [this](const std::string& text) { report(text); });
+        });
         const bool provided = m_unit->provideAll(); // from here, so that the bus' answers are waited for
         if (provided) {
             say("the unit's services are there");
@@ -127,13 +130,18 @@ private:
         }
     }
 
+    void report(const std::string& text) const
+    {
+        if (m_options.verbose) {
+            say(text);
+        }
+    }
+
     // Not waited for: while the unit hangs, the time of the scenario goes on.
     void perform(const Step& step)
     {
         common_::enqueFunction2AOF(m_factory, [this, step] {
-            if (m_options.verbose) {
-                say(step.kind->name);
-            }
+            report(step.kind->name);
             try {
                 step.kind->run(*m_unit, step.fields);
             } catch (const BadInput& problem) {
@@ -145,6 +153,7 @@ private:
     const Options& m_options;
     const std::vector<StepKind>& m_kinds;
     const Scenario m_scenario;
+    PersistenceStore m_settings;
     std::vector<Step> m_commands;
     std::string m_input;
     const comm::FactoryPtr m_factory =
