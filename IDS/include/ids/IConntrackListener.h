@@ -1,0 +1,15 @@
+#pragma once
+
+#include "ids/SConntrackInfo.h"
+
+namespace ids {
+
+/// Receives what connection tracking tells, on the daemon's active object.
+class IConntrackListener
+{
+public:
+    virtual ~IConntrackListener() = default;
+    virtual void updateFromCtrk(const SConntrackInfo& info) = 0;
+};
+
+} // namespace ids
