@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "CGnssManager.h"
+#include "target_common/TimeProvider.h"
 #include "tracing/Channel.h"
 
 namespace ids {
@@ -24,6 +25,7 @@ CIdsManager::Clients::Clients(const comm::FactoryPtr& factory)
       soaDiag0{factory, 0},
       soaDiag1{factory, 1},
       voice{factory},
+      wlan{factory},
       timeSync{factory}
 {}
 
@@ -37,6 +39,7 @@ void CIdsManager::Clients::start()
     soaDiag0.start();
     soaDiag1.start();
     voice.start();
+    wlan.start();
     timeSync.start();
 }
 
@@ -50,6 +53,7 @@ void CIdsManager::Clients::stop()
     soaDiag0.stop();
     soaDiag1.stop();
     voice.stop();
+    wlan.stop();
     timeSync.stop();
 }
 
@@ -64,17 +68,14 @@ CIdsManager::CIdsManager(comm::FactoryPtr factory)
       m_core{m_coreService, m_timers},
       m_informationService{factory},
       m_dispatcher{m_core, m_timers},
+      m_persistence{factory, &m_dispatcher},
       m_firewall{factory, m_informationService, m_dispatcher, m_timers},
       m_ooc{m_dispatcher, m_timers},
-      m_dtcs{m_dispatcher},
-      m_nad{m_dispatcher},
-      m_processMonitor{factory, m_dispatcher, m_timers},
-      m_soaDiag{m_dispatcher},
-      m_tee{m_dispatcher},
-      m_voice{m_dispatcher}
+      m_hostSensor{factory, m_dispatcher, m_timers, m_clients.wlan}
 {
     m_clients.ooc.addListener(&m_ooc);
     connectListeners();
+    common_::TimeProvider::getInstance();
 }
 
 CIdsManager::~CIdsManager()
@@ -86,13 +87,9 @@ CIdsManager::~CIdsManager()
 void CIdsManager::connectListeners()
 {
     m_clients.gnss.addListener(CGnssManager::getInstance().get());
-    m_clients.dtcs.addListener(&m_dtcs);
-    m_clients.nadInformation.addListener(&m_nad);
-    m_clients.nadMsg.addListener(&m_nad);
-    m_clients.soaDiag0.setListener(&m_soaDiag);
-    m_clients.soaDiag1.setListener(&m_soaDiag);
-    m_clients.voice.addListener(&m_voice);
-    m_teeService.addListener(&m_tee);
+    m_hostSensor.connectClients(m_clients.dtcs, m_clients.nadInformation, m_clients.nadMsg, m_clients.soaDiag0,
+                                m_clients.soaDiag1, m_clients.voice, m_clients.wlan);
+    m_hostSensor.connectTeeService(m_teeService);
     m_clients.ooc.addListener(&m_dispatcher);
     m_v2xService.addListener(&m_dispatcher);
     m_coreService.addListener(&m_core);
@@ -103,7 +100,8 @@ bool CIdsManager::start()
 {
     bool allStand = m_coreService.registerService();
     allStand = m_teeService.registerService() && allStand;
-    return m_v2xService.registerService() && allStand;
+    allStand = m_v2xService.registerService() && allStand;
+    return m_informationService.registerService() && allStand;
 }
 
 void CIdsManager::stopClients()
@@ -117,6 +115,7 @@ void CIdsManager::stopServices()
     m_coreService.deregisterService();
     m_teeService.deregisterService();
     m_v2xService.deregisterService();
+    m_informationService.deregisterService();
 }
 
 void CIdsManager::onIdsCoreConnected()
@@ -125,9 +124,10 @@ void CIdsManager::onIdsCoreConnected()
     initRstp();
     m_someIpClient.start();
     m_clients.start();
+    m_persistence.startServices();
     m_ooc.start();
     m_firewall.start();
-    m_processMonitor.start();
+    m_hostSensor.startServices();
 }
 
 void CIdsManager::initRstp()
@@ -135,6 +135,7 @@ void CIdsManager::initRstp()
     const bool started = m_rstpClient.init();
     TRACE(s_channel, progress, kLabel, "RSTP connection result: %s", started ? "true" : "false");
     m_rstpClient.addListener(&m_dispatcher);
+    m_someIpClient.addListener(&m_dispatcher);
 }
 
 } // namespace ids

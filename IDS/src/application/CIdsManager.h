@@ -1,29 +1,26 @@
 #pragma once
 
 #include "CCdRstpClient.h"
-#include "CDtcs.h"
 #include "CDtcsAsiClient.h"
 #include "CFirewall.h"
 #include "CGnssAsiClient.h"
+#include "CHostSensor.h"
 #include "CIdsCore.h"
 #include "CIdsCoreAsiService.h"
 #include "CIdsInformationAsiService.h"
 #include "CIdsm.h"
-#include "CNad.h"
 #include "CNadInformationAsiClient.h"
 #include "CNadMsgAsiClient.h"
 #include "COoc.h"
 #include "COocAsiClient.h"
-#include "CProcMonitor.h"
-#include "CSoaDiag.h"
+#include "CPersistence.h"
 #include "CSoaDiagAsiClient.h"
 #include "CSomeIpClient.h"
-#include "CTee.h"
 #include "CTeeAsiService.h"
 #include "CTimeSyncAsiClient.h"
 #include "CViAsiService.h"
-#include "CVoice.h"
 #include "CVoiceAsiClient.h"
+#include "CWlanAsiClient.h"
 #include "comm/ActiveObject.h"
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "conn_common/UniversalListenerAndSubject.h"
@@ -66,6 +63,7 @@ private:
         CSoaDiagAsiClient soaDiag0;
         CSoaDiagAsiClient soaDiag1;
         CVoiceAsiClient voice;
+        CWlanAsiClient wlan;
         CTimeSyncAsiClient timeSync;
     };
 
@@ -82,14 +80,10 @@ private:
     CIdsCore m_core;
     CIdsInformationAsiService m_informationService;
     CIdsm m_dispatcher;
+    CPersistence m_persistence;
     CFirewall m_firewall;
     COoc m_ooc;
-    CDtcs m_dtcs;
-    CNad m_nad;
-    CProcMonitor m_processMonitor;
-    CSoaDiag m_soaDiag;
-    CTee m_tee;
-    CVoice m_voice;
+    CHostSensor m_hostSensor;
 };
 
 } // namespace ids
