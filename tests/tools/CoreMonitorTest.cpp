@@ -12,6 +12,7 @@
 #include "TestActiveObject.h"
 #include "TestBus.h"
 #include "asi/connectivity/idscore/IdsSecurityEvents.h"
+#include "event_factory.h"
 
 namespace {
 
@@ -133,6 +134,46 @@ TEST_F(CoreMonitorTest, AReaderThatStallsOrGoesLetsItEnd)
         close(reader);
         EXPECT_EQ(monitor.wait(), 0);
     }
+}
+
+TEST_F(CoreMonitorTest, CaptureFileOpensInTheNetworkAnalyserWithEveryFieldNamed)
+{
+    ASSERT_TRUE(provide());
+    const auto file = bus.directory() + "/events.pcapng";
+    ChildProcess monitor{{CORE_MONITOR, "--pcapng", file, "--count", "4", "--legend"}};
+    ASSERT_TRUE(isConnected(1));
+    ids::SFirewallStatistics drop;
+    drop.sourceAddress.assign(16, 0xFD);
+    drop.sourcePort = 4711;
+    const auto event = ids::event_factory::createEvent<ids::SEvent_Firewall_DropInvPortTCP>(drop);
+    const auto bytes = [](auto from, auto to) { return std::make_shared<std::vector<std::uint8_t>>(from, to); };
+    const std::vector<std::uint8_t> time{0, 0, 0, 5, 0, 0, 0, 1};
+    SecEvent whole{bytes(event->contextData.begin(), event->contextData.end()),
+                   bytes(event->eventFrame.begin(), event->eventFrame.end()), event->eventId,
+                   bytes(time.begin(), time.end())};
+    send(std::make_shared<SecEvent>(whole));
+    whole.contextData->resize(30);
+    send(std::make_shared<SecEvent>(whole));
+    whole.eventId = 0xD703;
+    send(std::make_shared<SecEvent>(whole));
+    send(0x000B);
+    EXPECT_EQ(monitor.wait(), 0);
+    EXPECT_THAT(monitor.output(), testing::HasSubstr("0x000B  Firewall_DropInvPortTCP  CFirewall: "));
+    EXPECT_THAT(monitor.output(), testing::HasSubstr("0xD703  -  another domain"));
+
+    std::vector<std::string> tshark{"tshark",     "-Xlua_script:" DISSECTOR, "-r", file, "-T", "fields", "-E",
+                                    "separator=|"};
+    for (const auto* const name : {"ids.id", "ids.eventId", "ids.timestamp", "ids.sourceAddress", "ids.sourcePort",
+                                   "ids.groupNumber", "ids.cut"})
+    {
+        tshark.insert(tshark.end(), {"-e", name});
+    }
+    const std::string time1 = "Jan  1, 1970 00:00:01.000000005 UTC";
+    const std::string address = "fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd";
+    EXPECT_THAT(outputOf(tshark),
+                testing::HasSubstr("0x000b|11|" + time1 + '|' + address + "|4711|0|\n" +                         //
+                                   "0x000b|11|" + time1 + '|' + address + "|4711||before destinationAddress\n" + //
+                                   "0xd703|11|" + time1 + "||||\n" + "0x000b||||||\n"));
 }
 
 } // namespace

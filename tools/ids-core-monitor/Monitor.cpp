@@ -13,8 +13,14 @@ void say(std::string_view text)
     dprintf(STDERR_FILENO, "ids-core-monitor: %.*s\n", static_cast<int>(text.size()), text.data());
 }
 
-Monitor::Monitor(const Options& options, Format format, const LineOutput& output, Tally& tally, Ending& ending)
-    : m_options{options}, m_format{std::move(format)}, m_output{output}, m_tally{tally}, m_ending{ending}
+Monitor::Monitor(const Options& options, Format format, const LineOutput& output, PcapngFile* capture, Tally& tally,
+                 Ending& ending)
+    : m_options{options},
+      m_format{std::move(format)},
+      m_output{output},
+      m_capture{capture},
+      m_tally{tally},
+      m_ending{ending}
 {}
 
 void Monitor::onConnected()
@@ -36,6 +42,7 @@ void Monitor::onEvent(const util::SharedPtr<asi::connectivity::idscore::SecEvent
     }
     const ReceivedEvent event{payload, isValid};
     if (isWanted(event)) {
+        capture(event);
         show(event);
     } else {
         m_tally.addHidden();
@@ -45,6 +52,17 @@ void Monitor::onEvent(const util::SharedPtr<asi::connectivity::idscore::SecEvent
 bool Monitor::isWanted(const ReceivedEvent& event) const
 {
     return m_options.only.empty() || (event.payload && m_options.only.contains(event.payload->eventId));
+}
+
+void Monitor::capture(const ReceivedEvent& event)
+{
+    if (m_capture == nullptr || !event.payload) {
+        return;
+    }
+    if (const int error = m_capture->write(event)) {
+        say(std::string{"cannot write the capture file: "} + std::strerror(error));
+        m_ending.because(Ending::Reason::outputFailed);
+    }
 }
 
 void Monitor::show(const ReceivedEvent& event)

@@ -7,6 +7,7 @@
 #include "Ending.h"
 #include "LineOutput.h"
 #include "Options.h"
+#include "PcapngFile.h"
 #include "Tally.h"
 
 namespace core_monitor {
@@ -19,7 +20,9 @@ class Monitor final : public ICoreConnectionListener
 public:
     using Format = std::function<std::string(const ReceivedEvent&)>;
 
-    Monitor(const Options& options, Format format, const LineOutput& output, Tally& tally, Ending& ending);
+    /// capture: where the events that are shown go as well; may be null.
+    Monitor(const Options& options, Format format, const LineOutput& output, PcapngFile* capture, Tally& tally,
+            Ending& ending);
 
     void onConnected() override;
     void onAway(std::string_view why) override;
@@ -28,10 +31,12 @@ public:
 private:
     bool isWanted(const ReceivedEvent& event) const;
     void show(const ReceivedEvent& event);
+    void capture(const ReceivedEvent& event);
 
     const Options& m_options;
     const Format m_format;
     const LineOutput& m_output;
+    PcapngFile* const m_capture;
     Tally& m_tally;
     Ending& m_ending;
     std::uint64_t m_shown = 0;

@@ -94,6 +94,10 @@ std::optional<int> parseOptions(int argc, char** argv, Options& options)
     addSeconds(app, "--for", "End after this time", options.period);
     addSeconds(app, "--wait", "Wait so long for the daemon at the start (default: for ever)", options.wait);
     addIds(app, options.only);
+    app.add_option("--pcapng", options.pcapng,
+                   "Write the events shown to a capture file too, which the dissector ids_events.lua opens")
+        ->type_name("FILE");
+    app.add_flag("--legend", options.legend, "At the end, say who reported what was shown");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

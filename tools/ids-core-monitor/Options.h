@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <string>
 
 namespace core_monitor {
 
@@ -15,6 +16,8 @@ struct Options
     std::optional<std::uint64_t> count;              ///< events to show
     std::optional<std::chrono::milliseconds> period; ///< to run
     std::optional<std::chrono::milliseconds> wait;   ///< for the first connection
+    std::string pcapng;                              ///< file to write the events to as well, none when empty
+    bool legend = false;                             ///< say at the end who reported what was shown
     std::set<std::uint16_t> only;                    ///< event IDs to show, all when empty
 };
 

@@ -55,4 +55,22 @@ std::string Tally::summary() const
     return text;
 }
 
+std::string Tally::legend() const
+{
+    const std::lock_guard lock{m_mutex};
+    std::string text;
+    for (const auto& [id, count] : m_shownById) {
+        if (!id) {
+            continue;
+        }
+        const auto* const event = ids::event_catalogue::findEvent(*id);
+        const bool isOurs = event != nullptr && !event->name.empty();
+        text += idText(*id) + "  " +
+                (isOurs ? std::string{event->name} + "  " + std::string{event->producer}
+                        : std::string{"-  another domain, passed on as it came"}) +
+                "\n";
+    }
+    return text;
+}
+
 } // namespace core_monitor

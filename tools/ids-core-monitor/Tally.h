@@ -23,6 +23,9 @@ public:
     /// One line without its end.
     std::string summary() const;
 
+    /// A line for each ID shown: who reports it. Empty when there was nothing.
+    std::string legend() const;
+
 private:
     mutable std::mutex m_mutex;
     std::map<std::optional<std::uint16_t>, std::uint64_t> m_shownById; // without an ID: those without payload

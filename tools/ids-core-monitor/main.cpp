@@ -2,6 +2,7 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
@@ -19,6 +20,7 @@
 #include "LineOutput.h"
 #include "Monitor.h"
 #include "Options.h"
+#include "PcapngFile.h"
 #include "Signals.h"
 #include "Tally.h"
 #include "conn_common/SynchronizedTimerFactory.h"
@@ -100,7 +102,11 @@ int run(const Options& options, int signals)
     Ending ending;
     Tally tally;
     const LineOutput output{STDOUT_FILENO, ending};
-    Monitor monitor{options, formatFor(options), output, tally, ending};
+    std::optional<PcapngFile> capture;
+    if (!options.pcapng.empty()) {
+        capture.emplace(options.pcapng);
+    }
+    Monitor monitor{options, formatFor(options), output, capture ? &*capture : nullptr, tally, ending};
 
     const comm::FactoryPtr factory =
         std::make_shared<comm::SingleThreadedActiveObjectFactory<comm::ActiveObject>>("CoreMonitor");
@@ -128,6 +134,9 @@ int run(const Options& options, int signals)
         say("no daemon in time");
     }
     say(tally.summary());
+    if (options.legend) {
+        std::fputs(tally.legend().c_str(), stderr);
+    }
     return ending.reason() == Ending::Reason::noDaemon || ending.reason() == Ending::Reason::outputFailed ? 1 : 0;
 }
 

@@ -27,6 +27,7 @@ struct EventLayout : BlockLayout<InputT, SourceT...>
 {
     std::string_view name;
     std::uint16_t eventId;
+    std::string_view producer; ///< class and occasion
 
     consteval std::size_t size() const
     {
@@ -42,9 +43,9 @@ struct EventLayout : BlockLayout<InputT, SourceT...>
 
 template <typename InputT, typename... SourceT>
 consteval EventLayout<InputT, SourceT...> eventLayout(std::string_view name, std::uint16_t eventId,
-                                                      Field<SourceT>... fields)
+                                                      std::string_view producer, Field<SourceT>... fields)
 {
-    return {{{fields...}}, name, eventId};
+    return {{{fields...}}, name, eventId, producer};
 }
 
 /// All fields of the context data, those that all types have in common included.

@@ -28,6 +28,7 @@ consteval auto describe(RecordList<RecordT...>)
                                 std::span<const SFieldLayout> fields) {
         if (event.eventId == eventId) {
             event.name = layout.name;
+            event.producer = layout.producer;
             event.fields = fields;
         }
     };

@@ -232,7 +232,8 @@ TEST(EventRecords, DescriptorDecidesOnFlagsLengthAndHeader)
     EXPECT_EQ(bare.contextData, Bytes(7));
 }
 
-constexpr auto kUnknown = eventLayout<std::uint32_t>("Unknown", 0xD703, field::integer("value", 7, 4, std::identity{}));
+constexpr auto kUnknown =
+    eventLayout<std::uint32_t>("Unknown", 0xD703, "nobody", field::integer("value", 7, 4, std::identity{}));
 
 TEST(EventRecords, AnUnknownIdStaysEmptyAndALackOfMemoryGivesNoEventBothWithALine)
 {

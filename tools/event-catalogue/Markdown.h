@@ -1,0 +1,10 @@
+#pragma once
+
+#include <iosfwd>
+
+namespace event_catalogue_tool {
+
+/// Prints the catalogue of all events for people.
+void printMarkdown(std::ostream& out);
+
+} // namespace event_catalogue_tool
