@@ -74,6 +74,10 @@ TEST(FirstLightTest, PacketsDroppedByTheKernelReachTheCoreAsDecodableEvents)
         },
         std::chrono::seconds{60}));
 
+    const auto lastDrop =
+        outputOf({"busctl", "--system", "get-property", "asi.connectivity.ids.IdsService.instance1",
+                  "/asi/connectivity/ids/IdsService/1", "asi.connectivity.ids.IdsService", "FirewallDropPacketInfo"});
+    EXPECT_EQ(lastDrop, "(a(uu)b) 1 2 1 true\n") << "of the packet sent last, to a TCP port";
     ASSERT_TRUE(eventually([&] { return core.count(0x9711) > 0; }, std::chrono::seconds{30})) << "the statistics";
     EXPECT_EQ(daemon.output().find(" 4 "), std::string::npos) << daemon.output();
     daemon.signal(SIGTERM);
