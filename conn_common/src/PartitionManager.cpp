@@ -16,7 +16,8 @@ tracing::Channel s_channel{"CON_PERSISTENCE", 7, 2};
 
 std::string textOf(const PersistenceLocation& location)
 {
-    return location.kind == PersistenceLocation::byNumber ? std::to_string(location.number) : location.name;
+    return location.kind == PersistenceLocation::byNumber ? std::to_string(static_cast<std::int32_t>(location.number))
+                                                          : location.name;
 }
 
 std::optional<PartitionManager::State> PartitionManager::stateOf(const PersistenceLocation& location) const

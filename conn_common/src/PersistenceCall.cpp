@@ -19,7 +19,7 @@ void logPlatformError(const char* source, int line, const char* what, const char
 void logNotTaken(const CallSite& site)
 {
     logPlatformError(site.source, site.line, (std::string{"Called '"} + site.expression + "'").c_str(),
-                     "too much waits for the bus");
+                     "the bus does not take it");
 }
 
 void logTaken(const CallSite& site)

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "PersistenceCall.h"
+#include "conn_common/allocate.h"
 #include "ipl/ErrorStorage.h"
 
 namespace persistence {
@@ -16,6 +17,7 @@ constexpr char kSource[] = "conn_common/src/PersistenceServicesImpl";
 constexpr char kDefaultVersion[] = "DSI-unversioned";
 constexpr char kNotSubscribed[] = "Received string values on partition neither opened nor subscribed";
 constexpr char kNotWaitedFor[] = "Nobody waits for this answer";
+constexpr char kOutOfMemory[] = "Could not allocate memory";
 constexpr std::uint32_t kInstance = 1;
 
 PersistenceLocation locationOf(std::uint32_t number)
@@ -74,23 +76,25 @@ PersistenceServicesImpl::PersistenceServicesImpl(comm::FactoryPtr factory, Persi
 
 std::unique_ptr<IPersistenceAProxy> PersistenceServicesImpl::makeProxy()
 {
-    return std::make_unique<IPersistenceAProxy>(kInstance, m_factory, static_cast<IPersistenceAReply&>(*this),
-                                                static_cast<comm::LifecycleListener&>(*this));
+    return common_::allocate<IPersistenceAProxy>({kSource, __LINE__, "makeProxy"}, kOutOfMemory, kInstance, m_factory,
+                                                 static_cast<IPersistenceAReply&>(*this),
+                                                 static_cast<comm::LifecycleListener&>(*this));
 }
 
 // From any thread.
 void PersistenceServicesImpl::requestValue(const PersistenceLocation& location, std::uint32_t keyId,
                                            PersistenceServices::ResultCallback& callback)
 {
-    m_subscriptionCallback.schedule(
-        std::make_unique<Subscription>(Subscription{location, keyId, &callback, false, true}));
+    m_subscriptionCallback.schedule(common_::allocate<Subscription>(
+        {kSource, __LINE__, "requestValue"}, kOutOfMemory, Subscription{location, keyId, &callback, false, true}));
 }
 
 // From any thread.
 void PersistenceServicesImpl::writeInt(const PersistenceLocation& location, std::uint32_t keyId, std::int32_t value,
                                        bool flush)
 {
-    m_writeCallback.schedule(std::make_shared<PendingWrite<int>>(location, keyId, flush, value));
+    m_writeCallback.schedule(common_::allocate<PendingWrite<int>>({kSource, __LINE__, "writeInt"}, kOutOfMemory,
+                                                                  location, keyId, flush, value));
 }
 
 void PersistenceServicesImpl::startService()
@@ -304,9 +308,7 @@ void PersistenceServicesImpl::processUpdate(std::uint32_t handle, const std::vec
               static_cast<int>(value.status));
         subscription_result result{.location = *location, .keyId = value.key, .status = statusOf(value.status)};
         store(value, result);
-        if (deliver(result)) {
-            served.push_back(value.key);
-        }
+        served.insert(served.end(), deliver(result), value.key);
     }
     if (served.empty()) {
         return;
@@ -317,10 +319,10 @@ void PersistenceServicesImpl::processUpdate(std::uint32_t handle, const std::vec
         served);
 }
 
-// Returns whether that was all that a subscription wanted.
-bool PersistenceServicesImpl::deliver(const subscription_result& result)
+// Returns how many subscriptions wanted no more than that.
+std::size_t PersistenceServicesImpl::deliver(const subscription_result& result)
 {
-    const auto ended = std::erase_if(m_subscriptions, [&](const auto& subscription) {
+    return std::erase_if(m_subscriptions, [&](const auto& subscription) {
         if (!subscription->subscribed || subscription->keyId != result.keyId ||
             !(subscription->location == result.location)) {
             return false;
@@ -332,7 +334,6 @@ bool PersistenceServicesImpl::deliver(const subscription_result& result)
         }
         return subscription->single;
     });
-    return ended > 0;
 }
 
 void PersistenceServicesImpl::unsubscribeResult(std::uint32_t handle, const Keys& keys, std::uint32_t)

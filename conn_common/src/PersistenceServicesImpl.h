@@ -74,7 +74,7 @@ private:
     bool hasSubscriptions(const PersistenceLocation& location) const;
     template <typename Value>
     void processUpdate(std::uint32_t handle, const std::vector<Value>& values);
-    bool deliver(const PersistenceServices::subscription_result& result);
+    std::size_t deliver(const PersistenceServices::subscription_result& result);
 
     void addWrite(const util::SharedPtr<PendingWriteBase>& write);
     void processPendingWrites();

@@ -1,11 +1,19 @@
 #include "io_manager/CFdManager.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <mutex>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace io_manager {
+namespace {
+
+constexpr std::chrono::milliseconds kRest{10}; // after a poll that fails at once, and may do so again
+
+} // namespace
 
 bool CFdManager::addFileDescriptor(std::int32_t descriptor, std::function<void()> callback, EFdError& error)
 {
@@ -64,6 +72,9 @@ EFdError CFdManager::pass(int timeoutMs)
     }
 
     const int ready = ::poll(m_pollSet.data(), m_pollSet.size(), timeoutMs);
+    if (ready < 0 && errno != EINTR) {
+        std::this_thread::sleep_for(kRest);
+    }
     if (ready == 0) {
         onTimeout();
     }

@@ -15,6 +15,24 @@ constexpr auto kSource = "target_common/src/TimeProvider";
 
 osal::Mutex s_creation;
 
+struct SOffset
+{
+    std::int64_t& value;
+    bool& valid;
+};
+
+// Returns whether the new value is the first one or differs from the one before.
+bool replace(SOffset current, SOffset previous, std::int64_t offset)
+{
+    if (current.valid) {
+        previous.value = current.value;
+        previous.valid = true;
+    }
+    current.value = offset;
+    current.valid = true;
+    return !previous.valid || previous.value != offset;
+}
+
 } // namespace
 
 TimeProvider& TimeProvider::getInstance()
@@ -48,9 +66,9 @@ void TimeProvider::alive(const comm::Lifecycle&)
     if (!m_timeProxy->isAlive()) {
         TRACE(s_channel, detail, kClass, "Call not executed, proxy not alive");
     } else if (!m_timeProxy->requestNotifications()) {
-        TRACE(s_channel, warning, kClass, "IPL error at %s:%d! Called 'm_TimeProxy->setNotification()',reason=%s",
-              kSource, __LINE__, ipl::ErrorStorage::reason());
-        ipl::ErrorStorage::ack();
+        TRACE(s_channel, warning, kClass,
+              "IPL error at %s:%d! Called 'm_TimeProxy->setNotification()',reason=the bus does not take it", kSource,
+              __LINE__);
     } else {
         TRACE(s_channel, detail, kClass, "Call 'm_TimeProxy->setNotification()' successful");
     }
@@ -64,27 +82,16 @@ void TimeProvider::dead(const comm::Lifecycle&, const comm::DeathNotice& notice)
 
 void TimeProvider::updatepltOffset(std::int64_t offset, bool isValid)
 {
-    if (isValid && m_pltOffset.update(offset)) {
+    if (isValid && replace({m_pltOffset, m_pltOffsetValid}, {m_previousPltOffset, m_previousPltOffsetValid}, offset)) {
         TRACE(s_channel, detail, kClass, "pltTimeOffset=%lld", static_cast<long long>(offset));
     }
 }
 
 void TimeProvider::updateutcOffset(std::int64_t offset, bool isValid)
 {
-    if (isValid && m_utcOffset.update(offset)) {
+    if (isValid && replace({m_utcOffset, m_utcOffsetValid}, {m_previousUtcOffset, m_previousUtcOffsetValid}, offset)) {
         TRACE(s_channel, detail, kClass, "utcTimeOffset=%lld", static_cast<long long>(offset));
     }
-}
-
-bool TimeProvider::SOffset::update(std::int64_t offset)
-{
-    if (currentValid) {
-        previous = current;
-        previousValid = true;
-    }
-    current = offset;
-    currentValid = true;
-    return !previousValid || previous != offset;
 }
 
 } // namespace common_

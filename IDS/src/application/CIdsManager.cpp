@@ -122,6 +122,7 @@ void CIdsManager::onIdsCoreConnected()
 {
     TRACE(s_channel, milestone, kLabel, "IDS Core connected.Start sensors, and establish ASI/RSTP connections.");
     initRstp();
+    m_someIpClient.addListener(&m_dispatcher);
     m_someIpClient.start();
     m_clients.start();
     m_persistence.startServices();
@@ -135,7 +136,6 @@ void CIdsManager::initRstp()
     const bool started = m_rstpClient.init();
     TRACE(s_channel, progress, kLabel, "RSTP connection result: %s", started ? "true" : "false");
     m_rstpClient.addListener(&m_dispatcher);
-    m_someIpClient.addListener(&m_dispatcher);
 }
 
 } // namespace ids

@@ -31,7 +31,8 @@ namespace ids {
 /// Owns every component of the daemon, wires them, and starts the sensors once the IDS core has connected. Members are
 /// built in the order below and destroyed in reverse; all of them work on the factory's active object.
 ///
-/// Made, started and stopped on the service manager's thread. Destroyed on the active object, where the components run.
+/// Started and stopped on the service manager's thread. Made and destroyed on the active object, where the components
+/// run.
 class CIdsManager final : public common_::ListenerBase<IIdsCoreServiceListener>
 {
 public:

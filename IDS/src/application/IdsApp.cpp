@@ -14,14 +14,18 @@ constexpr char kLabel[] = "IdsApp";
 
 tracing::Channel s_channel{"CON_IDS_APP", 7, 2};
 
-// Null when there is no memory for the manager, or no thread or descriptor for what it is made of.
+// Null when there is no memory for the manager, or no thread or descriptor for what it is made of. Made on the active
+// object, or what its first members post there would meet the last ones in the making.
 std::unique_ptr<CIdsManager> createManager(const comm::FactoryPtr& factory)
 {
-    try {
-        return std::unique_ptr<CIdsManager>{new (std::nothrow) CIdsManager{factory}};
-    } catch (const std::exception&) {
-        return nullptr;
-    }
+    std::unique_ptr<CIdsManager> manager;
+    comm::runAndWait(factory->getActiveObject({}), [&] {
+        try {
+            manager.reset(new (std::nothrow) CIdsManager{factory});
+        } catch (const std::exception&) {
+        }
+    });
+    return manager;
 }
 
 } // namespace

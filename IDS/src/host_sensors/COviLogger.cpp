@@ -149,15 +149,11 @@ void COviLogger::acceptClient()
 {
     io_manager::UniqueFd client{::accept4(m_listenSocket.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC)};
     if (client.get() > 0) {
-        m_acceptFails = false;
         addClient(std::move(client));
         return;
     }
     const auto* const reason = std::strerror(errno);
     m_restEnds = Clock::now() + kRest;
-    if (std::exchange(m_acceptFails, true)) {
-        return;
-    }
     if (client.valid()) {
         TRACE(s_hostSensorChannel, error, kClass, "accept ERROR %s : ", reason);
     } else {

@@ -50,7 +50,6 @@ private:
     io_manager::UniqueFd m_listenSocket;
     std::vector<io_manager::UniqueFd> m_clients;
     bool m_accepting = false;     ///< whether the listening socket is watched
-    bool m_acceptFails = false;   ///< whether the log knows
     Clock::time_point m_restEnds; ///< nobody is accepted before
     bool m_started = false;
     util::Thread m_thread;

@@ -26,7 +26,8 @@ public:
     ~CConntrack() override;
 
     /// Takes a batch. Each pointer is good for as many bytes as the header says; what these hold may be anything, and a
-    /// pointer may be null. Returns 0, or -1 without any record when there was no memory or a message that is none.
+    /// pointer may be null. Returns 0, or -1 without any record when there was no memory or a message that cannot be
+    /// read. Which kind of netlink message it is is not looked at: the end of a dump is none for here.
     int ct_event_cb(const std::vector<nlmsghdr*>& batch);
 
     /// Hands a record to the listeners in the order of their registration, then logs it.

@@ -10,6 +10,7 @@
 #include <netinet/in.h>
 #include <span>
 #include <sys/socket.h>
+#include <utility>
 
 #include "io_manager/NetlinkWalk.h"
 
@@ -79,6 +80,15 @@ bool copyAddress(const nf_conntrack* object, nf_conntrack_attr attribute, Addres
     return true;
 }
 
+// Either is copied, whether the other is there or not.
+template <typename Address>
+bool copyAddresses(const nf_conntrack* object, std::pair<nf_conntrack_attr, nf_conntrack_attr> attributes,
+                   Address& source, Address& destination)
+{
+    const bool hasSource = copyAddress(object, attributes.first, source);
+    return copyAddress(object, attributes.second, destination) && hasSource;
+}
+
 bool isZero(const std::array<std::uint8_t, 4>& address)
 {
     return address == std::array<std::uint8_t, 4>{};
@@ -117,12 +127,10 @@ bool CConntrackObject::readAddresses(SConntrackInfo& info) const
     info.family = nfct_get_attr_u8(object, ATTR_REPL_L3PROTO);
     switch (info.family) {
     case AF_INET:
-        return copyAddress(object, ATTR_REPL_IPV4_SRC, info.sourceIpv4) &&
-               copyAddress(object, ATTR_REPL_IPV4_DST, info.destinationIpv4) && !isZero(info.sourceIpv4) &&
-               !isZero(info.destinationIpv4);
+        return copyAddresses(object, {ATTR_REPL_IPV4_SRC, ATTR_REPL_IPV4_DST}, info.sourceIpv4, info.destinationIpv4) &&
+               !isZero(info.sourceIpv4) && !isZero(info.destinationIpv4);
     case AF_INET6:
-        return copyAddress(object, ATTR_REPL_IPV6_SRC, info.sourceIpv6) &&
-               copyAddress(object, ATTR_REPL_IPV6_DST, info.destinationIpv6);
+        return copyAddresses(object, {ATTR_REPL_IPV6_SRC, ATTR_REPL_IPV6_DST}, info.sourceIpv6, info.destinationIpv6);
     default:
         return false;
     }

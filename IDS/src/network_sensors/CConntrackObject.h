@@ -22,8 +22,8 @@ public:
     /// False when there was no memory for it; then nothing else may be called.
     bool valid() const { return m_object != nullptr; }
 
-    /// Reads a message of any content, as far as its header says. What it does not tell stays as it was. Returns false
-    /// when it is no connection-tracking message, or null.
+    /// Reads a message of any content, as far as its header says, for a connection-tracking message. What it does not
+    /// tell stays as it was. Returns false when it is too short, has an attribute of a wrong size, or is null.
     bool parse(const nlmsghdr* message);
 
     /// The layer-4 protocol of the original tuple, 0 while unknown.

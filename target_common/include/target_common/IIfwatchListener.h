@@ -23,11 +23,12 @@ struct IfEvent
     std::uint32_t type = arrival;
     std::string name;
     sockaddr_storage address{};        ///< of address events, AF_INET or AF_INET6; AF_UNSPEC otherwise
-    std::uint64_t hardwareAddress = 0; ///< of link events: its 6 bytes as they lie in memory, the last two 0
+    std::uint64_t hardwareAddress = 0; ///< of events of a link: its 6 bytes as they lie in memory, then two 0
     std::uint32_t addressFlags = 0;    ///< of address events: IFA_F_*, the low 8 bits
     std::uint32_t scope = 0;           ///< of address events: RT_SCOPE_*
     std::uint32_t index = 0;
-    std::uint32_t operationalState = 0; ///< of link events: IF_OPER_*, the greatest number when the kernel told none
+    std::uint32_t operationalState =
+        0; ///< of events of a link: IF_OPER_*, the greatest number when the kernel told none
 };
 
 /// What is known now of a neighbour on a link.

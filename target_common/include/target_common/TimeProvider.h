@@ -21,17 +21,6 @@ public:
     TimeProvider& operator=(const TimeProvider&) = delete;
 
 private:
-    /// An offset in the service's own unit, and the one before it. Kept while the service is away.
-    struct SOffset
-    {
-        bool update(std::int64_t offset); ///< whether it is the first or differs from the one before
-
-        std::int64_t current = 0;
-        std::int64_t previous = 0;
-        bool currentValid = false;
-        bool previousValid = false;
-    };
-
     TimeProvider();
     ~TimeProvider() override = default;
 
@@ -43,8 +32,15 @@ private:
 
     const comm::FactoryPtr m_factory;
     std::unique_ptr<asi::time::TimeSyncProxy> m_timeProxy;
-    SOffset m_pltOffset;
-    SOffset m_utcOffset;
+    // In the service's own unit. Kept while the service is away.
+    std::int64_t m_pltOffset = 0;
+    std::int64_t m_previousPltOffset = 0;
+    bool m_pltOffsetValid = false;
+    bool m_previousPltOffsetValid = false;
+    std::int64_t m_utcOffset = 0;
+    std::int64_t m_previousUtcOffset = 0;
+    bool m_utcOffsetValid = false;
+    bool m_previousUtcOffsetValid = false;
     Reconnection m_reconnection;
 };
 

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <optional>
 
 #include "CapturedLog.h"
 #include "FailingAllocation.h"
@@ -62,10 +63,10 @@ TEST_F(IdsAppTest, ASecondInitialisationReplacesTheManager)
 
 TEST_F(IdsAppTest, WithoutAManagerOnlyStatesAreReported)
 {
-    {
-        const FailingAllocation failing{FailingAllocation::Kind::nonThrowing};
-        EXPECT_EQ(app.initApplication(0, 0, 0), 1U);
-    }
+    std::optional<FailingAllocation> failing;
+    activeObject.run([&] { failing.emplace(FailingAllocation::Kind::nonThrowing); });
+    EXPECT_EQ(app.initApplication(0, 0, 0), 1U);
+    activeObject.run([&] { failing.reset(); });
     EXPECT_EQ(log.count("CON_IDS_APP", Level::error, "Can't create IDS manager!"), 1U);
     app.runApplication();
     app.stopApplication();
