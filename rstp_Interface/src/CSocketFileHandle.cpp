@@ -57,8 +57,32 @@ std::uint32_t CSocketFileHandle::connectTo(int protocol)
         m_logger.error("connect(%s)=%s", m_path.c_str(), std::strerror(m_lastError));
         return kFailed;
     }
+    if (!isPeerTrusted()) {
+        close();
+        return kFailed;
+    }
     m_logger.detail("connect(%s)=%d", m_path.c_str(), m_socket);
     return 0;
+}
+
+// The path lies where everybody may make files: whoever listens there must be root or our own user.
+bool CSocketFileHandle::isPeerTrusted()
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(m_socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+        fail();
+        m_logger.error("The peer at %s does not show who it is: %s", m_path.c_str(), std::strerror(m_lastError));
+        return false;
+    }
+    if (peer.uid != 0 && peer.uid != ::geteuid()) {
+        errno = EPERM;
+        fail();
+        m_logger.error("The peer at %s is process %d of user %u, which is not trusted", m_path.c_str(),
+                       static_cast<int>(peer.pid), static_cast<unsigned>(peer.uid));
+        return false;
+    }
+    return true;
 }
 
 std::uint32_t CSocketFileHandle::acceptFrom(int type, int protocol)

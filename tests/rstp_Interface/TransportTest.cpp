@@ -11,6 +11,7 @@
 #include "CapturedLog.h"
 #include "Eventually.h"
 #include "FailingAllocation.h"
+#include "ForkedProcess.h"
 #include "RecordedErrors.h"
 #include "RstpInterfaceHandler.h"
 #include "TestActiveObject.h"
@@ -135,6 +136,26 @@ TEST_F(TransportTest, APeerIsFoundWhenItComesAndComesBackAndNothingItSentIsLost)
     send(*peer, frameOf(5));
     ASSERT_TRUE(arrived({0, 1, 2, 3, 4, 5}));
     EXPECT_TRUE(connectionStates({true, false, true}));
+}
+
+TEST_F(TransportTest, APeerOfAnotherUserIsNotListenedTo)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can take another user's place";
+    }
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const ForkedProcess stranger{[&address] {
+        const auto listener = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
+        if (::setuid(65534) == 0 && ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+        {
+            ::listen(listener, 1);
+        }
+    }};
+    start();
+    ASSERT_TRUE(log.waitFor("of user 65534, which is not trusted"));
+    EXPECT_TRUE(log.waitFor("Failed to open '" + path + "' (errno=Operation not permitted)"));
+    EXPECT_TRUE(connectionStates({}));
 }
 
 TEST_F(TransportTest, ADatagramOf4096BytesIsWholeAndALargerOneIsCut)

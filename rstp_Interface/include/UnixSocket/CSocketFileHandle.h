@@ -19,8 +19,8 @@ public:
 
     std::string path() const override { return m_path; }
 
-    /// As a client it opens SOCK_SEQPACKET and never waits: a server that has no room is a failure. As a server waits
-    /// for the peer.
+    /// As a client it opens SOCK_SEQPACKET and never waits: a server that has no room is a failure, as is one that runs
+    /// neither as root nor as our own user. As a server waits for the peer.
     std::uint32_t open(const std::string& path, int flags, int type, int protocol) override;
     void close() override;
     bool isOpen() const override { return m_socket >= 0; }
@@ -37,6 +37,7 @@ public:
 
 private:
     std::uint32_t connectTo(int protocol);
+    bool isPeerTrusted();
     std::uint32_t acceptFrom(int type, int protocol);
     bool listenAt(int type, int protocol);
     bool fillAddress();
