@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <string>
 
 namespace event_catalogue_tool {
@@ -10,9 +10,9 @@ namespace event_catalogue_tool {
 /// "0x" and at least so many digits.
 inline std::string hexNumber(std::uint32_t number, int digits)
 {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%0*X", digits, number);
-    return text.data();
+    std::ostringstream text;
+    text << "0x" << std::uppercase << std::hex << std::setfill('0') << std::setw(digits) << number;
+    return text.str();
 }
 
 } // namespace event_catalogue_tool
