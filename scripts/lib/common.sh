@@ -56,3 +56,10 @@ build() {
     fi
     "${launcher[@]}" cmake --build --preset "$preset" ${1+--target "$@"}
 }
+
+# isolate <unshare option>...: starts the command again in namespaces of its own, when that is allowed. It finds
+# --isolated before the arguments that it was started with.
+isolate() {
+    # shellcheck disable=SC2154
+    unshare "$@" true 2>/dev/null && exec unshare "$@" "$root/scripts/${0##*/}" --isolated "${arguments[@]}"
+}

@@ -1,23 +1,10 @@
 # shellcheck shell=bash
-# Makes the network that rules.nft filters, all of it on the loopback interface, and sends one packet a second that a
-# rule drops. An event ID that is reported twice within a second would have to wait its turn.
+# Makes the network of the demo and sends one packet a second that a rule drops. An event ID that is reported twice
+# within a second would have to wait its turn.
 
 set -euo pipefail
-here=$(dirname "${BASH_SOURCE[0]}")
-
-# The unit has one address for each neighbour, so that the address sent to decides who the sender is.
-readonly from_peer=fd53:1d5::1 from_stranger=fd53:1d5::2 from_nowhere=fd53:1d5::3
-
-make_network() {
-    ip link set lo up && ip -6 -batch - <<END && nft --file "$here/rules.nft"
-addr add fd53:1d5::10/128 dev lo nodad
-addr add fd53:1d5::66/128 dev lo nodad
-addr add 2001:db8::bad/128 dev lo nodad
-route add local $from_peer/128 dev lo src fd53:1d5::10
-route add local $from_stranger/128 dev lo src fd53:1d5::66
-route add local $from_nowhere/128 dev lo src 2001:db8::bad
-END
-}
+# shellcheck source=scripts/lib/network.sh
+source "$(dirname "${BASH_SOURCE[0]}")/network.sh"
 
 # <address> <port>
 send_udp() {
