@@ -1,7 +1,8 @@
 #include "target_common/ifwatch.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
-#include <cstring>
+#include <iterator>
 #include <linux/if_addr.h>
 #include <linux/neighbour.h>
 #include <linux/rtnetlink.h>
@@ -58,7 +59,7 @@ public:
     Message& attribute(std::uint16_t type, const std::vector<std::uint8_t>& payload)
     {
         append(nlattr{static_cast<std::uint16_t>(sizeof(nlattr) + payload.size()), type});
-        m_bytes.insert(m_bytes.end(), payload.begin(), payload.end());
+        std::copy(payload.begin(), payload.end(), std::back_inserter(m_bytes));
         m_bytes.resize(NLMSG_ALIGN(m_bytes.size()));
         return *this;
     }
@@ -74,7 +75,7 @@ private:
     void append(const T& value)
     {
         const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&value);
-        m_bytes.insert(m_bytes.end(), bytes, bytes + sizeof value);
+        std::copy_n(bytes, sizeof value, std::back_inserter(m_bytes));
     }
 
     std::vector<std::uint8_t> m_bytes;

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <fcntl.h>
+#include <iterator>
 #include <span>
 #include <system_error>
 #include <unistd.h>
@@ -30,7 +31,7 @@ public:
     Bytes& number(T value)
     {
         const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&value);
-        m_bytes.insert(m_bytes.end(), bytes, bytes + sizeof value);
+        std::copy_n(bytes, sizeof value, std::back_inserter(m_bytes));
         return *this;
     }
     Bytes& bigEndian(std::size_t value)
@@ -41,7 +42,7 @@ public:
     }
     Bytes& bytes(std::span<const std::uint8_t> bytes)
     {
-        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+        std::copy(bytes.begin(), bytes.end(), std::back_inserter(m_bytes));
         return *this;
     }
     Bytes& pad()
