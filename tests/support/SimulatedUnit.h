@@ -35,12 +35,20 @@ public:
     /// Does a step and returns when that was done.
     void type(const std::string& step)
     {
-        const auto line = step + '\n';
         const auto report = "unit-simulator: " + step.substr(0, step.find(' '));
         const auto before = linesWith(report).size();
-        if (::write(m_input[1], line.data(), line.size()) < 0 ||
-            !eventually([&] { return linesWith(report).size() > before; })) {
+        typeLine(step);
+        if (!eventually([&] { return linesWith(report).size() > before; })) {
             throw std::runtime_error{"the unit does not do " + step};
+        }
+    }
+
+    /// Types what may be a step or not.
+    void typeLine(const std::string& text)
+    {
+        const auto line = text + '\n';
+        if (::write(m_input[1], line.data(), line.size()) < 0) {
+            throw std::runtime_error{"the unit does not read " + text};
         }
     }
 

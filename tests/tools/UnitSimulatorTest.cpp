@@ -9,6 +9,7 @@
 #include "PersistenceStore.h"
 #include "Player.h"
 #include "Scenario.h"
+#include "SimulatedUnit.h"
 #include "Steps.h"
 #include "TestBus.h"
 
@@ -96,14 +97,12 @@ TEST_F(UnitSimulatorTest, TheScenariosThatAreShippedAreSound)
 
 TEST_F(UnitSimulatorTest, ServicesKeepWhatTheyAreToldAndFailOnCommand)
 {
-    ChildProcess simulator{{"sh", "-c",
-                            "(echo 'services names=[\"a\",null]'; echo jump; read x </proc/self/fd/3) | exec \"$0\" "
-                            "--do 'refuse service=gnss' --verbose",
-                            UNIT_SIMULATOR}};
-    ASSERT_TRUE(simulator.waitForOutput("unit-simulator: services\n"));
+    SimulatedUnit simulator{UNIT_SIMULATOR, {"--do", "refuse service=gnss"}};
+    simulator.type("services names=[\"a\",null]");
     EXPECT_EQ(services(), "(aaa(as)b) 1 2 1 1 \"a\" 0 true\n");
     EXPECT_THAT(connect(), HasSubstr("Access denied"));
-    EXPECT_TRUE(simulator.waitForOutput("unknown step \"jump\""));
+    simulator.typeLine("jump");
+    EXPECT_TRUE(eventually([&] { return !simulator.linesWith("unknown step \"jump\"").empty(); }));
 }
 
 TEST_F(UnitSimulatorTest, SettingsThatWereFlushedOutliveTheUnitAndOthersOnlyItsOrderlyEnd)
