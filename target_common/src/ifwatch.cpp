@@ -10,6 +10,8 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <optional>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <vector>
 
 #include "io_manager/NetlinkWalk.h"
@@ -166,7 +168,8 @@ std::string stateName(std::uint16_t state)
 
 } // namespace
 
-ifwatch::ifwatch(const comm::FactoryPtr& factory, Nl& nl) : EasyCallAO{factory}, m_nl{nl}
+ifwatch::ifwatch(const comm::FactoryPtr& factory, Nl& nl)
+    : EasyCallAO{factory}, m_nl{nl}, m_names{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)}
 {
     TRACE(s_channel, progress, kClass, "ctor");
     m_nl.addListener(this);
@@ -337,9 +340,10 @@ void ifwatch::neighbourMessage(bool isNew, Bytes body)
 // The table knows the names of interfaces that are gone, the kernel those of the ones that came later.
 std::string ifwatch::nameOf(std::uint32_t index) const
 {
-    std::array<char, IF_NAMESIZE> name{};
-    if (::if_indextoname(index, name.data()) != nullptr) {
-        return name.data();
+    ifreq request{};
+    request.ifr_ifindex = static_cast<int>(index);
+    if (::ioctl(m_names.get(), SIOCGIFNAME, &request) == 0) {
+        return {request.ifr_name, ::strnlen(request.ifr_name, sizeof request.ifr_name)};
     }
     const auto found = m_interfaces.find(static_cast<std::int32_t>(index));
     return found != m_interfaces.end() ? found->second : "";

@@ -1,6 +1,7 @@
 #include "ChildProcess.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <spawn.h>
@@ -16,6 +17,7 @@ namespace test_support {
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::vector<std::string>& environment)
     : m_output{memfd_create("output", MFD_CLOEXEC)}
 {
+    ::fcntl(m_output, F_SETFL, O_APPEND); // or two threads that write at once would write over each other
     // Only the program itself is told of what is added.
     std::vector<std::string> words = environment;
     if (!environment.empty()) {

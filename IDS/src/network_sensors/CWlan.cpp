@@ -109,6 +109,9 @@ void CWlan::responseTrafficCounters(const util::SharedPtr<WlanTrafficCounters>& 
 
 void CWlan::interfaceEvent(const common_::IfEvent& event)
 {
+    if (!s_hostSensorChannel.passes(tracing::Level::progress)) {
+        return;
+    }
     std::array<char, IF_NAMESIZE> name{};
     ::if_indextoname(event.index, name.data());
     TRACE(s_hostSensorChannel, progress, kLabel, "Event: %d", static_cast<int>(event.type));

@@ -9,6 +9,7 @@
 #include "conn_common/UniversalListenerAndSubject.h"
 #include "io_manager/INlEvent.h"
 #include "io_manager/Nl.h"
+#include "io_manager/UniqueFd.h"
 #include "target_common/IIfwatchListener.h"
 
 namespace common_ {
@@ -38,6 +39,7 @@ private:
     std::string nameOf(std::uint32_t index) const;
 
     Nl& m_nl;
+    const io_manager::UniqueFd m_names; ///< by which the kernel is asked for the names of interfaces
     std::map<std::int32_t, std::string> m_interfaces;
 };
 
