@@ -132,20 +132,28 @@ std::uint32_t Nl::sequenceOf(const std::string& name) const
     return found != m_sequences.end() ? found->second : 0;
 }
 
+// What has come meanwhile is read as well: a poll for each datagram would cost as much as reading it.
 void Nl::read()
 {
-    const auto length = peekLength();
-    if (length < 0) {
-        return;
+    for (unsigned number = 0; number < kMostInFlight; ++number) {
+        const auto length = peekLength();
+        if (length < 0) {
+            return;
+        }
+        take(static_cast<std::size_t>(length));
     }
-    if (static_cast<std::size_t>(length) > kLongestDatagram) {
-        TRACE(s_channel, error, kClass, "Packet from netlink is bigger than we can handle %zd > %zu", length,
+}
+
+void Nl::take(std::size_t length)
+{
+    if (length > kLongestDatagram) {
+        TRACE(s_channel, error, kClass, "Packet from netlink is bigger than we can handle %zu > %zu", length,
               kLongestDatagram);
         ::recv(m_socket.get(), nullptr, 0, MSG_DONTWAIT); // or it would be peeked at for ever
         return;
     }
-    TRACE(s_channel, detail, kClass, "peeked len: %zd", length);
-    receive(static_cast<std::size_t>(length));
+    TRACE(s_channel, detail, kClass, "peeked len: %zu", length);
+    receive(length);
 }
 
 ssize_t Nl::peekLength() const

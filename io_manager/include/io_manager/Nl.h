@@ -56,6 +56,7 @@ private:
     void watch();
     void read();
     ssize_t peekLength() const;
+    void take(std::size_t length);
     void receive(std::size_t length);
     void deliver(SDatagram datagram);
 
