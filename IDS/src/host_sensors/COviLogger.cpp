@@ -21,10 +21,26 @@ constexpr auto kClass = "ids::COviLogger";
 constexpr auto kLoop = "operator()";
 
 constexpr int kBacklog = 10;
+constexpr int kAttempts = 3;
 constexpr std::size_t kMostClients = 16;
 constexpr std::size_t kReceiveBuffer = 8192;
 constexpr std::chrono::milliseconds kRest{200};
 constexpr mode_t kUserAndGroup = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP;
+
+// Another one may take the place between the removal and the bind.
+bool takePlace(std::int32_t descriptor, const sockaddr_un& address)
+{
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        ::unlink(address.sun_path);
+        if (::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+            return true;
+        }
+        if (errno != EADDRINUSE) {
+            return false;
+        }
+    }
+    return false;
+}
 
 /// The file never admits more than user and group: it is made with the mode of the socket, less the process' mask. What
 /// the mask took from the group is given back. A link is removed, or in the way, but never followed.
@@ -37,9 +53,7 @@ bool bindTo(std::int32_t descriptor, const std::string& path)
         return false;
     }
     path.copy(address.sun_path, path.size());
-    ::unlink(path.c_str());
-    return ::fchmod(descriptor, kUserAndGroup) == 0 &&
-           ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+    return ::fchmod(descriptor, kUserAndGroup) == 0 && takePlace(descriptor, address) &&
            ::fchmodat(AT_FDCWD, path.c_str(), kUserAndGroup, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
