@@ -43,7 +43,8 @@ bool takePlace(std::int32_t descriptor, const sockaddr_un& address)
 }
 
 /// The file never admits more than user and group: it is made with the mode of the socket, less the process' mask. What
-/// the mask took from the group is given back. A link is removed, or in the way, but never followed.
+/// the mask took from the group is given back, unless the next one has the place already. A link is removed, or in the
+/// way, but never followed.
 bool bindTo(std::int32_t descriptor, const std::string& path)
 {
     sockaddr_un address{};
@@ -54,7 +55,7 @@ bool bindTo(std::int32_t descriptor, const std::string& path)
     }
     path.copy(address.sun_path, path.size());
     return ::fchmod(descriptor, kUserAndGroup) == 0 && takePlace(descriptor, address) &&
-           ::fchmodat(AT_FDCWD, path.c_str(), kUserAndGroup, AT_SYMLINK_NOFOLLOW) == 0;
+           (::fchmodat(AT_FDCWD, path.c_str(), kUserAndGroup, AT_SYMLINK_NOFOLLOW) == 0 || errno == ENOENT);
 }
 
 io_manager::UniqueFd listenOn(const std::string& path)
