@@ -54,6 +54,7 @@ TEST(FirstLightTest, PacketsDroppedByTheKernelReachTheCoreAsDecodableEvents)
     ChildProcess daemon{{IDS_PROC}, {"TRACING=CON_IDS_SENSOR_ETH=0,CON_COMMON_RSTP=6,CON_IDS_SENSOR_HOST=6,*=1"}};
     ASSERT_TRUE(eventually([&] { return core.connected(); }));
     ASSERT_TRUE(daemon.waitForOutput("Register NFLOG groups."));
+    ASSERT_TRUE(daemon.waitForOutput("CIdsInformationAsiService registered service."));
 
     const std::map<std::uint16_t, std::uint64_t> wanted{
         {0x000C, 5030}, {0x000B, 5029}, {0x9712, 5009}, {0x9701, 5009}, {0x000E, 5032}};

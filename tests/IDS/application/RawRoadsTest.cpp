@@ -24,6 +24,7 @@ TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWa
     ChildProcess daemon{{IDS_PROC}, {"TRACING=*=1"}};
     ASSERT_TRUE(eventually([&] { return core.connected(); }));
     ASSERT_TRUE(daemon.waitForOutput("RSTP connection result: true"));
+    ASSERT_TRUE(daemon.waitForOutput("CViAsiService registered service."));
 
     std::vector<std::string> viaV2X{"busctl",
                                     "--system",

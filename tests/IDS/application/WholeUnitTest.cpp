@@ -36,6 +36,7 @@ TEST(WholeUnitTest, EveryServiceIsHeardAndHeardAgainAfterTheUnitWasKilled)
     const TestBus bus;
     TestCore core;
     ChildProcess daemon{{IDS_PROC}, {"TRACING=*=2"}};
+    ASSERT_TRUE(daemon.waitForOutput("CIdsInformationAsiService registered service."));
     const auto lines = [&](const char* text) { return countOf(daemon.output(), text); };
     std::optional<SimulatedUnit> unit;
     for (const std::size_t life : {1U, 2U}) {
