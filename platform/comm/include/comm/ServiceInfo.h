@@ -99,11 +99,11 @@ std::vector<MethodInfo> methodInfos(const Methods& methods)
 
 } // namespace detail
 
-/// The data of a description, made at the first call.
+/// The data of a description, made at the first call and never destroyed: active objects may outlive static ones.
 template <typename Description>
 const ServiceInfo& serviceInfo()
 {
-    static const ServiceInfo info = [] {
+    static const auto* const info = new ServiceInfo{[] {
         ServiceInfo made{std::string{Description::name},
                          detail::methodInfos(Description::requests),
                          detail::methodInfos(Description::replies),
@@ -118,8 +118,8 @@ const ServiceInfo& serviceInfo()
             },
             Description::attributes);
         return made;
-    }();
-    return info;
+    }()};
+    return *info;
 }
 
 } // namespace comm
