@@ -69,6 +69,7 @@ void TimeProvider::alive(const comm::Lifecycle&)
         TRACE(s_channel, warning, kClass,
               "IPL error at %s:%d! Called 'm_TimeProxy->setNotification()',reason=the bus does not take it", kSource,
               __LINE__);
+        m_reconnection.connectFailed(); // or nothing would be heard until the service dies
     } else {
         TRACE(s_channel, detail, kClass, "Call 'm_TimeProxy->setNotification()' successful");
     }

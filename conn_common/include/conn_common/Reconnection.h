@@ -37,8 +37,11 @@ public:
 
     void serviceDied(const comm::DeathNotice& notice)
     {
-        const bool wasAlive = notice.code != 0 && notice.reason != comm::DeathNotice::busLost;
-        wasAlive ? m_connect() : connectFailed();
+        if (notice.code != 0 && notice.reason != comm::DeathNotice::busLost) {
+            m_connect();
+        } else {
+            connectFailed();
+        }
     }
     void connectFailed() { m_alarm.set(DefaultReconnectDelays::afterFailedConnect); }
 
