@@ -1,7 +1,6 @@
 #include "target_common/ifwatch.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <cstring>
 #include <linux/if_addr.h>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "io_manager/NetlinkWalk.h"
+#include "io_manager/addressText.h"
 #include "tracing/Channel.h"
 
 namespace common_ {
@@ -33,7 +33,6 @@ constexpr std::uint32_t kOperationDormant = 5;
 constexpr std::uint32_t kOperationUp = 6;
 
 using Bytes = std::span<const std::uint8_t>;
-using AddressText = std::array<char, INET6_ADDRSTRLEN>;
 
 const char* newOrDeleted(bool isNew)
 {
@@ -66,13 +65,6 @@ std::optional<sockaddr_storage> socketAddress(int family, Bytes bytes)
         return storage;
     }
     return {};
-}
-
-AddressText textOf(int family, Bytes bytes)
-{
-    AddressText text{};
-    ::inet_ntop(family, bytes.data(), text.data(), text.size());
-    return text;
 }
 
 template <typename T>
@@ -283,7 +275,8 @@ void ifwatch::addressMessage(bool isNew, Bytes body)
         }
         TRACE(s_channel, milestone, kClass, "RTM_%sADDR: \"%s\" (%d) fam: %d, flags: %d, scope:%d %s/%d",
               newOrDeleted(isNew), name.c_str(), static_cast<int>(header.ifa_index), header.ifa_family,
-              header.ifa_flags, header.ifa_scope, textOf(header.ifa_family, payload).data(), header.ifa_prefixlen);
+              header.ifa_flags, header.ifa_scope, io_manager::addressText(header.ifa_family, payload.data()).c_str(),
+              header.ifa_prefixlen);
         if (isNotified(header.ifa_flags)) {
             IfEvent event;
             event.type = isNew ? IfEvent::addressAdded : IfEvent::addressRemoved;
@@ -308,13 +301,13 @@ void ifwatch::neighbourMessage(bool isNew, Bytes body)
         return;
     }
     SNeighbourEvent event;
-    AddressText addressText{};
+    std::string addressText;
     io_manager::forEachAttribute(attributes, [&](std::uint16_t type, Bytes payload) {
         switch (type) {
         case NDA_DST:
             if (const auto address = socketAddress(header.ndm_family, payload)) {
                 event.address = *address;
-                addressText = textOf(header.ndm_family, payload);
+                addressText = io_manager::addressText(header.ndm_family, payload.data());
             }
             break;
         case NDA_LLADDR:
@@ -331,7 +324,7 @@ void ifwatch::neighbourMessage(bool isNew, Bytes body)
     event.interfaceName = nameOf(static_cast<std::uint32_t>(header.ndm_ifindex));
     event.reachable = header.ndm_state == NUD_REACHABLE || header.ndm_state == NUD_STALE;
     TRACE(s_channel, milestone, kClass, "RTM_%sNEIGH: (%d) %s has %016lX on %s (st: %s, flags: %u)",
-          newOrDeleted(isNew), event.address.ss_family != AF_UNSPEC ? 1 : 0, addressText.data(),
+          newOrDeleted(isNew), event.address.ss_family != AF_UNSPEC ? 1 : 0, addressText.c_str(),
           io_manager::load<std::uint64_t>(event.linkLayerAddress), event.interfaceName.c_str(),
           stateName(header.ndm_state).c_str(), header.ndm_flags);
     notify(&IIfwatchListener::neighbourEvent, event);

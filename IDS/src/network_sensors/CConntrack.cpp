@@ -1,16 +1,18 @@
 #include "CConntrack.h"
 
 #include <arpa/inet.h>
-#include <array>
 #include <linux/netfilter/nfnetlink_conntrack.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
 #include "NlHelpers.h"
+#include "io_manager/addressText.h"
 #include "tracing/Channel.h"
 
 namespace ids {
 namespace {
+
+using io_manager::addressText;
 
 tracing::Channel s_channel{"CON_IDS_CONNTRACK", 7, 2};
 constexpr auto kClass = "ids::CConntrack";
@@ -27,22 +29,15 @@ EConntrackStatus statusOf(const nlmsghdr& message)
     }
 }
 
-std::string textOf(int family, const std::uint8_t* address)
-{
-    std::array<char, INET6_ADDRSTRLEN> text{};
-    ::inet_ntop(family, address, text.data(), text.size());
-    return text.data();
-}
-
-std::string addressText(const SConntrackInfo& info)
+std::string addressesText(const SConntrackInfo& info)
 {
     switch (info.family) {
     case AF_INET:
-        return "Family = AF_INET Ip: src=" + textOf(AF_INET, info.sourceIpv4.data()) +
-               " dst=" + textOf(AF_INET, info.destinationIpv4.data());
+        return "Family = AF_INET Ip: src=" + addressText(AF_INET, info.sourceIpv4.data()) +
+               " dst=" + addressText(AF_INET, info.destinationIpv4.data());
     case AF_INET6:
-        return "Family = AF_INET6 Ip: src=" + textOf(AF_INET6, info.sourceIpv6.data()) +
-               " dst=" + textOf(AF_INET6, info.destinationIpv6.data()) + ' ';
+        return "Family = AF_INET6 Ip: src=" + addressText(AF_INET6, info.sourceIpv6.data()) +
+               " dst=" + addressText(AF_INET6, info.destinationIpv6.data()) + ' ';
     default:
         return "No Ip from Conntrack ";
     }
@@ -63,7 +58,7 @@ const char* textOf(EConntrackStatus status)
 
 std::string textOf(const SConntrackInfo& info)
 {
-    return addressText(info) + "sport=" + std::to_string(ntohs(info.sourcePort)) +
+    return addressesText(info) + "sport=" + std::to_string(ntohs(info.sourcePort)) +
            " dport=" + std::to_string(ntohs(info.destinationPort)) + ' ' + info.protocolName + textOf(info.status);
 }
 

@@ -1,6 +1,5 @@
 #include "CWlan.h"
 
-#include <arpa/inet.h>
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -12,6 +11,7 @@
 #include "SensorChannels.h"
 #include "event_factory.h"
 #include "io_manager/CFdManager.h"
+#include "io_manager/addressText.h"
 
 namespace ids {
 namespace {
@@ -26,13 +26,9 @@ constexpr std::uint32_t kIpv6AddressChanges = 0x100; // RTMGRP_IPV6_IFADDR
 
 std::string textOf(const sockaddr_storage& address)
 {
-    std::array<char, INET6_ADDRSTRLEN> text{};
-    if (address.ss_family == AF_INET6) {
-        ::inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr, text.data(), text.size());
-    } else if (address.ss_family == AF_INET) {
-        ::inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in&>(address).sin_addr, text.data(), text.size());
-    }
-    return text.data();
+    return address.ss_family == AF_INET6
+               ? io_manager::addressText(AF_INET6, &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr)
+               : io_manager::addressText(address.ss_family, &reinterpret_cast<const sockaddr_in&>(address).sin_addr);
 }
 
 template <typename RecordT>
