@@ -1,6 +1,7 @@
 #include "io_manager/Nl.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/netlink.h>
@@ -19,6 +20,9 @@ constexpr auto kClass = "common_::Nl";
 
 constexpr std::size_t kLongestDatagram = 8192;
 constexpr unsigned kMostInFlight = 64;
+constexpr int kReceiveBuffer = 1 << 20; // bytes; the kernel's default holds about 250 address changes
+constexpr unsigned kMostAtOnce = 256;
+constexpr std::chrono::milliseconds kRest{1};
 
 } // namespace
 
@@ -46,6 +50,10 @@ void Nl::open(int protocol, std::uint32_t groups)
     if (!m_socket.valid()) {
         TRACE(s_channel, resource, kClass, "Socket error (%s)", std::strerror(errno));
         return;
+    }
+    // Beyond the system's limit with CAP_NET_ADMIN; without it up to that limit.
+    if (::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) < 0) {
+        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
     }
     bind(groups);
     if (::fcntl(m_socket.get(), F_SETFD, FD_CLOEXEC) < 0) {
@@ -132,16 +140,18 @@ std::uint32_t Nl::sequenceOf(const std::string& name) const
     return found != m_sequences.end() ? found->second : 0;
 }
 
-// What has come meanwhile is read as well: a poll for each datagram would cost as much as reading it.
+// What has come meanwhile is read as well: a poll for each datagram would cost as much as reading it. The rest lets a
+// storm gather, which would wake both threads for each datagram otherwise.
 void Nl::read()
 {
-    for (unsigned number = 0; number < kMostInFlight; ++number) {
+    for (unsigned number = 0; number < kMostAtOnce; ++number) {
         const auto length = peekLength();
         if (length < 0) {
-            return;
+            break;
         }
         take(static_cast<std::size_t>(length));
     }
+    m_inFlight.rest(kRest);
 }
 
 void Nl::take(std::size_t length)

@@ -125,7 +125,7 @@ TEST_F(NlTest, LaggingActiveObjectStopsTheReadingUntilItCatchesUpButNotTheDestru
 {
     make(NETLINK_USERSOCK, kUserGroup);
     ao.run([&] {
-        send(64, 100, 2000);
+        send(64, 100, 5000);
         std::this_thread::sleep_for(50ms);
         EXPECT_LE(log.count("CON_LIB_NL", tracing::Level::detail, "recv'd len"), 65U);
     });

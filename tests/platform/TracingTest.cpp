@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <optional>
 #include <regex>
@@ -72,7 +73,10 @@ protected:
 
     void SetUp() override
     {
-        if (std::getenv(kChild) != nullptr) {
+        if (const char* const work = std::getenv(kChild); work != nullptr) {
+            for (int line = 0; line < std::atoi(work); ++line) {
+                TRACE_AT(s_channel, error, "Class", "flood", line, "text");
+            }
             TRACE_AT(s_channel, error, "Class", "operation", 9, "text");
             TRACE(s_channel, progress, "Class", "below the threshold");
             _exit(0);
@@ -97,6 +101,19 @@ TEST_F(StandardErrorSink, LineBearsTheJournalsPriorityOrTheTimeSinceBootIfTheEnv
     EXPECT_TRUE(std::regex_match(loggedByChild("", "1:1"),
                                  std::regex{"\\[ *[0-9]+\\.[0-9]{6}\\] TEST_A +4 Class::operation\\(9\\): text\n"}));
     EXPECT_EQ(loggedByChild("TEST_A=5,bad", kJournal), "TRACING: \"bad\" is not NAME=NUMBER and is skipped\n");
+}
+
+TEST_F(StandardErrorSink, ReaderThatDoesNotReadStopsNobody)
+{
+    std::array<int, 2> unread{};
+    ASSERT_EQ(pipe(unread.data()), 0);
+    test_support::ChildProcess child{
+        {"sh", "-c", "exec \"$0\" '--gtest_filter=StandardErrorSink.*' 2>&" + std::to_string(unread[1]),
+         "/proc/" + std::to_string(getpid()) + "/exe"},
+        {std::string{kChild} + "=5000"}};
+    EXPECT_EQ(child.wait(), 0);
+    close(unread[0]);
+    close(unread[1]);
 }
 
 TEST(CallbackDispatcher, LatestCommandOfANameIsReachedAndMayEndItsDispatcher)

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
@@ -130,8 +129,8 @@ void Channel::writeText(Level level, std::string_view text) const noexcept
 
 void Channel::emit(Level level, char* text, std::size_t size) const noexcept
 {
-    std::replace_if(
-        text, text + size, [](char byte) { return std::iscntrl(static_cast<unsigned char>(byte)) != 0; }, '?');
+    const auto isControl = [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; };
+    std::replace_if(text, text + size, isControl, '?');
 
     const Line out{m_name, level, {text, size}};
     for (unsigned slot = 0; slot < sinkSlots; ++slot) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <poll.h>
+#include <span>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -22,6 +23,13 @@ bool leadsToJournal()
     unsigned long inode = 0;
     return stream != nullptr && std::sscanf(stream, "%lu:%lu", &device, &inode) == 2 &&
            fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
+}
+
+// Whether standard error is a regular file, which never makes anybody wait for its reader.
+bool leadsToFile()
+{
+    struct stat status;
+    return fstat(STDERR_FILENO, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 constexpr std::array<int, 6> kJournalPriority{7, 6, 5, 4, 3, 2}; // debug, info, notice, warning, err, crit
@@ -46,11 +54,23 @@ public:
         const std::array<iovec, 3> parts{{{head.data(), static_cast<std::size_t>(length)},
                                           {const_cast<char*>(line.text.data()), line.text.size()},
                                           {&newline, 1}}};
-        // A log that cannot be written has nowhere to complain to.
-        [[maybe_unused]] const auto written = awaitRoom() ? writev(STDERR_FILENO, parts.data(), parts.size()) : 0;
+        put(parts);
     }
 
 private:
+    // A log that cannot be written has nowhere to complain to. What has room takes a line in one system call.
+    void put(std::span<const iovec> parts) noexcept
+    {
+        const auto count = static_cast<int>(parts.size());
+        if (!m_file && pwritev2(STDERR_FILENO, parts.data(), count, -1, RWF_NOWAIT) >= 0) {
+            m_stuck = false;
+            return;
+        }
+        if (m_file || awaitRoom()) {
+            [[maybe_unused]] const auto written = writev(STDERR_FILENO, parts.data(), count);
+        }
+    }
+
     // A reader that has stopped reading must not stop us: one line waits a little for it, and it and the next are lost.
     bool awaitRoom() noexcept
     {
@@ -62,6 +82,7 @@ private:
 
     std::atomic<bool> m_stuck{false};
     const bool m_journal = leadsToJournal();
+    const bool m_file = leadsToFile();
 };
 
 } // namespace
