@@ -16,10 +16,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     add_compile_options(-Wno-restrict) # false alarms of GCC 12 on std::string's operator+
 endif()
 
+add_link_options(-Wl,--as-needed) # libdlt only for the program that links its log
+
 if(IDS_SANITIZE)
     add_compile_options(-fsanitize=${IDS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${IDS_SANITIZE})
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
     add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
-    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,--as-needed)
+    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
 endif()

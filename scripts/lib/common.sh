@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # The compiler and the libraries, then what tests and demo start: a bus and its tools, a network, the packet filter.
 # shellcheck disable=SC2034
 packages=(cmake ninja-build g++ pkg-config libsystemd-dev libmnl-dev libnetfilter-conntrack-dev libgtest-dev
-    libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev dbus-daemon dbus-bin
+    libgmock-dev libbenchmark-dev libdlt-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev dbus-daemon dbus-bin
     systemd iproute2 nftables util-linux)
 
 # What to start the build and its programs with.

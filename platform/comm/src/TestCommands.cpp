@@ -23,7 +23,7 @@ std::string everyCommand()
 
 } // namespace
 
-TestCommands::TestCommands(const FactoryPtr& factory)
+TestCommands::TestCommands(const FactoryPtr& factory) : m_factory{factory}
 {
     if (registerInstance(1, factory)) {
         TRACE(s_channel, error, "comm::TestCommands", "test commands are not offered: %s", ipl::ErrorStorage::reason());
@@ -36,6 +36,16 @@ TestCommands::TestCommands(const FactoryPtr& factory)
 TestCommands::~TestCommands()
 {
     unregisterInstance();
+}
+
+void TestCommands::run(const std::string& command) const
+{
+    runAndWait(m_factory->getActiveObject({}), [&command] {
+        if (!tracing::CallbackDispatcher::trigger(command)) {
+            TRACE(s_channel, warning, "comm::TestCommands", "no test command \"%s\"; there are: %s", command.c_str(),
+                  everyCommand().c_str());
+        }
+    });
 }
 
 bool TestCommands::admits(std::optional<std::uint32_t> user) const

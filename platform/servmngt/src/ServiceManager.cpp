@@ -11,6 +11,7 @@
 #include <systemd/sd-daemon.h>
 #include <systemd/sd-event.h>
 
+#include "Viewer.h"
 #include "comm/TestCommands.h"
 #include "ipl/ErrorStorage.h"
 
@@ -18,6 +19,16 @@ namespace servmngt {
 namespace {
 
 bool g_testCommands = false;
+std::unique_ptr<comm::TestCommands> g_offered;
+
+// What to do with a command from the viewer, empty when none may come.
+tracing::DltLink::Command viewerCommand()
+{
+    if (!g_offered) {
+        return {};
+    }
+    return [](const std::string& command) { g_offered->run(command); };
+}
 
 sigset_t ourSignals()
 {
@@ -64,6 +75,7 @@ public:
             error =
                 sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, kAccuracy, &Manager::onWatchdog, this);
         }
+        m_viewer.watch(m_event);
         return error;
     }
 
@@ -93,6 +105,7 @@ private:
     Application& m_application;
     sd_event* m_event = nullptr;
     std::uint64_t m_watchdogMicroseconds = 0;
+    Viewer m_viewer{viewerCommand()};
 };
 
 } // namespace
@@ -102,9 +115,11 @@ void init(int argc, char** argv)
     if (has(argc, argv, "--help")) {
         std::printf(
             "usage: %s [--test-commands]\n\n"
-            "  --test-commands  offer the test commands on the bus to root and the own user\n"
+            "  --test-commands  offer the test commands on the bus to root and the own user,\n"
+            "                   and to whoever reaches the DLT daemon\n"
             "  --version        print the version and exit\n\n"
-            "Environment: DBUS_SYSTEM_BUS_ADDRESS (the bus), TRACING (thresholds, such as CON_IDS_IDSM=0,*=1).\n"
+            "Environment: DBUS_SYSTEM_BUS_ADDRESS (the bus), TRACING (thresholds, such as CON_IDS_IDSM=0,*=1),\n"
+            "DLT_PIPE_DIR (where the DLT daemon listens).\n"
             "Signals: SIGTERM and SIGINT stop, SIGUSR1 asks for a persistence flush.\n",
             argv[0]);
         std::exit(0);
@@ -121,9 +136,8 @@ void init(int argc, char** argv)
 
 void offerTestCommands(const comm::FactoryPtr& factory)
 {
-    static std::unique_ptr<comm::TestCommands> offered;
     if (g_testCommands) {
-        offered = std::make_unique<comm::TestCommands>(factory);
+        g_offered = std::make_unique<comm::TestCommands>(factory);
     }
 }
 

@@ -75,4 +75,12 @@ bool CallbackDispatcher::trigger(std::string_view className, std::string_view co
     return true;
 }
 
+bool CallbackDispatcher::trigger(std::string_view command)
+{
+    const auto all = list();
+    return std::any_of(all.rbegin(), all.rend(), [command](const ClassCommands& one) {
+        return std::count(one.commands.begin(), one.commands.end(), command) > 0 && trigger(one.className, command);
+    });
+}
+
 } // namespace tracing

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -16,6 +17,7 @@ constexpr std::size_t kMostText = 1152;
 
 constinit Channel* g_first = nullptr;
 constinit std::array<std::atomic<ISink*>, sinkSlots> g_sinks{};
+constinit std::mutex g_thresholds; // held by who changes one, so that the lower of two is that of the newest two
 
 struct Entry
 {
@@ -94,11 +96,28 @@ Channel::Channel(const char* name, unsigned sinks, int threshold) noexcept
       m_sinks{sinks},
       m_defaultThreshold{threshold},
       m_threshold{thresholdFor(name, std::getenv("TRACING"), threshold)},
+      m_lowest{m_threshold.load()},
       m_next{enlist(this)}
 {
     if (m_next == nullptr) {
         setSink(standardError, &standardErrorSink());
         reportBadEntries(std::getenv("TRACING"));
+    }
+}
+
+void Channel::setThreshold(int threshold) noexcept
+{
+    const std::lock_guard lock{g_thresholds};
+    m_threshold = threshold;
+    m_lowest = std::min(threshold, m_viewerThreshold.load());
+}
+
+void Channel::setViewerThreshold(int threshold) noexcept
+{
+    if (reaches(viewer)) {
+        const std::lock_guard lock{g_thresholds};
+        m_viewerThreshold = threshold;
+        m_lowest = std::min(threshold, m_threshold.load());
     }
 }
 
@@ -127,15 +146,21 @@ void Channel::writeText(Level level, std::string_view text) const noexcept
     emit(level, copy.data(), text.copy(copy.data(), copy.size()));
 }
 
+bool Channel::wantedBy(SinkSlot slot, Level level) const noexcept
+{
+    const auto& threshold = slot == viewer ? m_viewerThreshold : m_threshold;
+    return reaches(slot) && threshold.load(std::memory_order_relaxed) <= static_cast<int>(level);
+}
+
 void Channel::emit(Level level, char* text, std::size_t size) const noexcept
 {
     const auto isControl = [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; };
     std::replace_if(text, text + size, isControl, '?');
 
     const Line out{m_name, level, {text, size}};
-    for (unsigned slot = 0; slot < sinkSlots; ++slot) {
-        if (ISink* const sink = g_sinks[slot].load(std::memory_order_acquire);
-            sink != nullptr && (m_sinks & (1U << slot)) != 0) {
+    for (const auto slot : {standardError, viewer, observer}) {
+        if (ISink* const sink = g_sinks[slot].load(std::memory_order_acquire); sink != nullptr && wantedBy(slot, level))
+        {
             sink->write(out);
         }
     }

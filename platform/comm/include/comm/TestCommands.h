@@ -57,11 +57,17 @@ public:
     explicit TestCommands(const FactoryPtr& factory);
     ~TestCommands() override;
 
+    /// For testers who do not come over the bus: runs the command of that name of whichever class has it, and waits for
+    /// it. A name that does not exist leaves a line. May be called from any thread.
+    void run(const std::string& command) const;
+
 private:
     bool asksForUser() const override { return true; }
     bool admits(std::optional<std::uint32_t> user) const override;
     Result<std::vector<ClassCommands>> list() override;
     Result<bool> trigger(const std::string& className, const std::string& command) override;
+
+    const FactoryPtr m_factory;
 };
 
 } // namespace comm

@@ -11,12 +11,13 @@ namespace servmngt {
 /// Options of the platform among the arguments: --test-commands, --help, --version.
 void init(int argc, char** argv);
 
-/// When the process was started with --test-commands: offers them on the bus for the rest of the process' life.
+/// When the process was started with --test-commands: offers them on the bus for the rest of the process' life, and to
+/// viewers of the log while startApp runs.
 void offerTestCommands(const comm::FactoryPtr& factory);
 
 /// Runs an application: initialises it, runs it, reports READY, answers the watchdog, and waits. SIGTERM and SIGINT
 /// stop the application and end the loop, SIGUSR1 asks it for a persistence flush. Started by hand, without a service
-/// manager, all this is the same but for the reports.
+/// manager, all this is the same but for the reports. Meanwhile the log is linked to the DLT daemon when there is one.
 ///
 /// Returns true on error: the initialisation failed, an argument was not understood or the loop could not be made (the
 /// reason is in ipl::ErrorStorage).

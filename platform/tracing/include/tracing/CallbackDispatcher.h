@@ -40,6 +40,9 @@ public:
     /// Runs a command on the calling thread. Returns false when there is no such class or command.
     static bool trigger(std::string_view className, std::string_view command);
 
+    /// The same for who does not know the class: runs the command of that name that was made known last.
+    static bool trigger(std::string_view command);
+
 private:
     struct Entry
     {

@@ -18,6 +18,9 @@ enum class Level : std::uint8_t
     resource = 5   ///< failures of kernel resources
 };
 
+/// The threshold that no level reaches.
+constexpr int kNothing = 6;
+
 /// One line on its way to the sinks. The text is one line of printable bytes; it lives only during the call.
 struct Line
 {
@@ -52,8 +55,10 @@ ISink& standardErrorSink() noexcept;
 
 /// A module's way into the log. Every module has one with static storage duration and logs on no other.
 ///
-/// A line is written only when its level reaches the channel's threshold. The check is one relaxed load and one compare
-/// and comes before any formatting (see TRACE). The threshold may be changed at any time from any thread.
+/// A line is written only when its level reaches the channel's threshold, or that of the viewer: each sink gets what it
+/// was opened for, so whoever turns the viewer up at night does not flood the journal, and whoever turns it down does
+/// not silence it. The check is one relaxed load and one compare of the lower of the two and comes before any
+/// formatting (see TRACE). Both thresholds may be changed at any time from any thread.
 class Channel
 {
 public:
@@ -64,10 +69,21 @@ public:
     Channel& operator=(const Channel&) = delete;
 
     const char* name() const noexcept { return m_name; }
-    int threshold() const noexcept { return m_threshold.load(std::memory_order_relaxed); }
-    void setThreshold(int threshold) noexcept { m_threshold.store(threshold, std::memory_order_relaxed); }
 
-    bool passes(Level level) const noexcept { return threshold() <= static_cast<int>(level); }
+    /// Of every sink but the viewer.
+    int threshold() const noexcept { return m_threshold.load(std::memory_order_relaxed); }
+    void setThreshold(int threshold) noexcept;
+
+    /// Of the viewer alone, kNothing until a viewer is there. No effect on a channel without the viewer among its
+    /// sinks.
+    void setViewerThreshold(int threshold) noexcept;
+
+    bool passes(Level level) const noexcept
+    {
+        return m_lowest.load(std::memory_order_relaxed) <= static_cast<int>(level);
+    }
+
+    bool reaches(SinkSlot slot) const noexcept { return (m_sinks & (1U << slot)) != 0; }
 
     /// Formats and writes "<class>::<operation>(<line>): <text>", class and operation cut at 32 bytes each; without
     /// class only the operation. Control characters become '?', so that nobody's input can forge a line. The text is
@@ -82,12 +98,15 @@ public:
     Channel* next() const noexcept { return m_next; }
 
 private:
+    bool wantedBy(SinkSlot slot, Level level) const noexcept;
     void emit(Level level, char* text, std::size_t size) const noexcept;
 
     const char* const m_name;
     const unsigned m_sinks;
     const int m_defaultThreshold;
     std::atomic<int> m_threshold;
+    std::atomic<int> m_viewerThreshold{kNothing};
+    std::atomic<int> m_lowest;
     Channel* const m_next;
 
     friend void setThresholds(const char* text) noexcept;
