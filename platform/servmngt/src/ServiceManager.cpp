@@ -75,7 +75,9 @@ public:
             error =
                 sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, kAccuracy, &Manager::onWatchdog, this);
         }
-        m_viewer.watch(m_event);
+        if (error >= 0) {
+            m_viewer.watch(m_event);
+        }
         return error;
     }
 
