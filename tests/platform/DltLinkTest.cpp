@@ -9,6 +9,7 @@
 
 #include "CapturedLog.h"
 #include "DltDaemon.h"
+#include "Eventually.h"
 
 namespace {
 
@@ -71,7 +72,11 @@ TEST_F(DltLinkTest, EveryLevelArrivesAsItsOwnAndTheViewersLevelOpensAndClosesThe
     EXPECT_THAT(viewer.output(), Not(HasSubstr("not asked for]")));
     EXPECT_EQ(log.count("CON_TIME", Level::error, "late"), 1U);
 
-    const auto contexts = DltDaemon::control({"-j"});
+    std::string contexts;
+    EXPECT_TRUE(eventually([&contexts] {
+        contexts = DltDaemon::control({"-j"});
+        return contexts.find("CON_TIME") != std::string::npos; // the last of them
+    }));
     EXPECT_THAT(contexts, HasSubstr("APID:IDSP Intrusion detection sensors\n"));
     EXPECT_THAT(contexts, HasSubstr("CTID:TIME  0 -1 CON_TIME\n"));
     EXPECT_THAT(contexts, HasSubstr("CTID:MDLH -1 -1 TEST_VIEWED\n"));
