@@ -8,3 +8,15 @@ function(ids_test name)
     target_link_libraries(${name} PRIVATE ${arg_LINKS} test_support GTest::gmock_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 RUN_SERIAL ${arg_SERIAL})
 endfunction()
+
+# not_emulated(<test>...): those that user-mode emulation cannot run, of a program in the same folder. The comment at the
+# call says why.
+function(not_emulated)
+    if(NOT CMAKE_CROSSCOMPILING)
+        return()
+    endif()
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/not-emulated.cmake)
+    string(REPLACE ";" " " tests "${ARGN}")
+    file(WRITE ${script} "set_tests_properties(${tests} PROPERTIES DISABLED TRUE)\n")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})
+endfunction()

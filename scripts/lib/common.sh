@@ -17,11 +17,11 @@ fail() {
     exit 1
 }
 
-# missing <package>...: those that are not installed, one a line.
+# missing <package>[:<architecture>]...: those that are not installed, one a line.
 missing() {
     local installed
-    installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null |
-        sed -n 's/^installed //p') || true
+    installed=$(dpkg-query --show --showformat='${db:Status-Status} ${binary:Package}\n' "$@" 2>/dev/null |
+        sed -n "s/^installed //p" | sed "s/:$(dpkg --print-architecture)\$//") || true
     printf '%s\n' "$@" | grep -vxF -e "$installed" || true
 }
 
@@ -43,6 +43,28 @@ need() {
     export DEBIAN_FRONTEND=noninteractive
     apt-get update -qq </dev/null
     apt-get install -y -qq --no-install-recommends "${absent[@]}" </dev/null >/dev/null
+}
+
+# Debian's cross compiler, its libraries for the other processor, and the emulator for the tests.
+need_arm64() {
+    local package libraries=(libstdc++6:arm64)
+    for package in "${packages[@]}"; do
+        [[ $package != lib*-dev || $package == libcli11-dev ]] || libraries+=("$package:arm64")
+    done
+    if ! dpkg --print-foreign-architectures | grep -qxF arm64; then
+        ((EUID == 0)) || fail "Another architecture is needed. As root: dpkg --add-architecture arm64"
+        dpkg --add-architecture arm64
+    fi
+    need g++-aarch64-linux-gnu qemu-user qemu-user-binfmt "${libraries[@]}"
+}
+
+# Has the kernel start programs for the other processor in the emulator: the programs that are tested start others.
+emulate_arm64() {
+    local formats=/proc/sys/fs/binfmt_misc
+    [[ -e $formats/qemu-aarch64 ]] && return
+    ((EUID == 0)) || fail "The kernel does not start arm64 programs. As root: systemctl restart systemd-binfmt"
+    [[ -e $formats/register ]] || mount -t binfmt_misc binfmt_misc "$formats"
+    /lib/systemd/systemd-binfmt qemu-aarch64.conf
 }
 
 # build <preset> [<target>...]: configures and builds the targets, or everything.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <regex>
 #include <string>
@@ -83,13 +84,14 @@ protected:
         }
     }
 
+    static std::string itself() { return std::filesystem::read_symlink("/proc/self/exe"); }
+
     // Standard error is the child's own stream; the shell finds out which one that is.
     static std::string loggedByChild(const std::string& tracing, const std::string& stream)
     {
         return test_support::outputOf(
             {"env", "TRACING=" + tracing, std::string{kChild} + "=", "sh", "-c",
-             "JOURNAL_STREAM=" + stream + " exec \"$0\" " + "--gtest_filter=StandardErrorSink.* >/dev/null",
-             "/proc/" + std::to_string(getpid()) + "/exe"});
+             "JOURNAL_STREAM=" + stream + " exec \"$0\" " + "--gtest_filter=StandardErrorSink.* >/dev/null", itself()});
     }
 };
 
@@ -108,8 +110,7 @@ TEST_F(StandardErrorSink, ReaderThatDoesNotReadStopsNobody)
     std::array<int, 2> unread{};
     ASSERT_EQ(pipe(unread.data()), 0);
     test_support::ChildProcess child{
-        {"sh", "-c", "exec \"$0\" '--gtest_filter=StandardErrorSink.*' 2>&" + std::to_string(unread[1]),
-         "/proc/" + std::to_string(getpid()) + "/exe"},
+        {"sh", "-c", "exec \"$0\" '--gtest_filter=StandardErrorSink.*' 2>&" + std::to_string(unread[1]), itself()},
         {std::string{kChild} + "=5000"}};
     EXPECT_EQ(child.wait(), 0);
     close(unread[0]);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -105,8 +106,8 @@ TEST_F(RstpPeerTest, FramesArriveWholeAndTheEndLeavesNoSocketBehind)
         {"--frame", "01 05 14 03 AA BB CC", "--event", std::string(128, '5'), "--file", file, "--rate", "100"})};
     const Client client{path("socket")};
     EXPECT_THAT(client.read(), ElementsAre(1, 5, 0x14, 3, 0xAA, 0xBB, 0xCC));
-    Bytes event{1, 0x40, 67, 0x14, 0x40, 64};
-    event.insert(event.end(), 64, 0x55);
+    Bytes event(70, 0x55);
+    std::ranges::copy(std::array<std::uint8_t, 6>{1, 0x40, 67, 0x14, 0x40, 64}, event.begin());
     EXPECT_EQ(client.read(), event);
     EXPECT_THAT(client.read(), ElementsAre(1, 0));
     EXPECT_THAT(client.read(), ElementsAre(7, 0));
