@@ -122,7 +122,8 @@ const StepKind& kindOf(const json& name, const std::vector<StepKind>& kinds, con
     for (const auto& kind : kinds) {
         allowed += (allowed.empty() ? "" : ", ") + std::string{kind.name};
     }
-    throw BadInput{where + "unknown step " + name.dump() + "; allowed: " + allowed};
+    const auto shown = name.dump(-1, ' ', false, json::error_handler_t::replace); // what is typed may be any bytes
+    throw BadInput{where + "unknown step " + shown + "; allowed: " + allowed};
 }
 
 std::chrono::milliseconds millisecondsOf(const json& seconds, const std::string& where)
