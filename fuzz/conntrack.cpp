@@ -8,7 +8,7 @@
 
 #include "CConntrack.h"
 #include "NlHelpers.h"
-#include "tracing/Channel.h"
+#include "support/log.h"
 
 namespace {
 
@@ -26,8 +26,7 @@ struct Listener final : common_::ListenerBase<ids::IConntrackListener>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    tracing::setSink(tracing::standardError, nullptr);
-    tracing::setThresholds("*=0");
+    fuzz_support::logIntoNothing();
 
     static ids::CConntrack conntrack{nullptr};
     Listener listener;

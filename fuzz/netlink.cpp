@@ -9,11 +9,11 @@
 #include "NlHelpers.h"
 #include "io_manager/NetlinkWalk.h"
 #include "io_manager/NlCheck.h"
-#include "tracing/Channel.h"
+#include "support/log.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    tracing::setSink(tracing::standardError, nullptr);
+    fuzz_support::logIntoNothing();
 
     std::size_t messages = 0;
     const auto end = io_manager::forEachMessage({data, size}, [&](std::span<const std::uint8_t> message) {

@@ -6,11 +6,11 @@
 
 #include "CNfLogExchange.h"
 #include "NfLogDatagram.h"
-#include "tracing/Channel.h"
+#include "support/log.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    tracing::setSink(tracing::standardError, nullptr);
+    fuzz_support::logIntoNothing();
 
     ids::CRecordStore store;
     std::vector<std::uint8_t> buffer{data, data + size};

@@ -8,6 +8,7 @@
 #include "IDS_Event/CInterface.h"
 #include "IplLogger.h"
 #include "RstpChannel.h"
+#include "support/log.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ struct Incoming final : IIDS_EventIncoming
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    tracing::setSink(tracing::standardError, nullptr);
+    fuzz_support::logIntoNothing();
 
     Incoming incoming;
     incoming.frame.assign(data, data + size);

@@ -1,8 +1,5 @@
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <linux/netfilter/nfnetlink_log.h>
 #include <linux/netlink.h>
 #include <numeric>
@@ -124,19 +121,6 @@ TEST(NfLogDatagramTest, RandomDamageIsSurvived)
         }
         EXPECT_LE(parse(bytes).packets.size(), bytes.size() / 16);
     }
-}
-
-TEST(NfLogDatagramTest, CorpusOfTheFuzzersIsSurvived)
-{
-    std::size_t files = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator{FUZZ_CORPUS}) {
-        if (entry.is_regular_file()) {
-            std::ifstream file{entry.path(), std::ios::binary};
-            parse({std::istreambuf_iterator<char>{file}, {}});
-            ++files;
-        }
-    }
-    EXPECT_GT(files, 0U);
 }
 
 class CNfLogExchangeTest : public ::testing::Test
