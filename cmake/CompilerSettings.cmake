@@ -18,10 +18,23 @@ endif()
 
 add_link_options(-Wl,--as-needed) # libdlt only for the program that links its log
 
+# Paths of the build tree would get into the programs by __FILE__.
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
 if(IDS_SANITIZE)
     add_compile_options(-fsanitize=${IDS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${IDS_SANITIZE})
-elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
-    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
+else()
+    # Every build is hardened, so that the tests run what ships.
+    add_compile_options(-fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+                        -D_GLIBCXX_ASSERTIONS)
+    include(CheckCXXCompilerFlag)
+    foreach(flag -fcf-protection=full -mbranch-protection=standard -ftrivial-auto-var-init=zero)
+        string(MAKE_C_IDENTIFIER "HAVE${flag}" known)
+        check_cxx_compiler_flag(${flag} ${known})
+        if(${known})
+            add_compile_options(${flag})
+        endif()
+    endforeach()
+    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code)
 endif()
