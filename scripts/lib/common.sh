@@ -9,6 +9,10 @@ packages=(cmake ninja-build g++ pkg-config libsystemd-dev libmnl-dev libnetfilte
     libgmock-dev libbenchmark-dev libdlt-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev dbus-daemon dbus-bin
     systemd iproute2 nftables util-linux)
 
+# What makes the Debian packages.
+# shellcheck disable=SC2034
+packing=(dpkg-dev file)
+
 # What to start the build and its programs with.
 launcher=()
 
