@@ -49,7 +49,9 @@ std::uint64_t TimerGroup::addTimer(std::chrono::milliseconds interval, bool cycl
         ipl::ErrorStorage::set(EAGAIN, "all %zu timer ids are in use", m_timers.size());
         return kNoTimer;
     }
-    auto& timer = m_timers.try_emplace(id, Timer{interval, cyclic, &callback, false, {}}).first->second;
+    Schedule made{{{}, id}};
+    auto entry = made.extract(made.begin());
+    auto& timer = m_timers.try_emplace(id, Timer{interval, cyclic, &callback, {}, std::move(entry)}).first->second;
     if (start) {
         schedule(id, timer);
     }
@@ -86,7 +88,7 @@ bool TimerGroup::modifyTimer(std::uint64_t id, std::chrono::milliseconds interva
 {
     const std::lock_guard lock{m_mutex};
     const auto timer = m_timers.find(id);
-    if (timer == m_timers.end() || timer->second.running || interval.count() < 0) {
+    if (timer == m_timers.end() || timer->second.running() || interval.count() < 0) {
         ipl::ErrorStorage::set(EINVAL, "timer %lu is unknown or running, or its interval is negative", id);
         return true;
     }
@@ -114,19 +116,18 @@ void TimerGroup::schedule(std::uint64_t id, Timer& timer)
 {
     // An interval of centuries must not overflow the clock.
     const auto interval = std::min<std::chrono::milliseconds>(timer.interval, std::chrono::hours{24 * 365 * 100});
-    timer.running = true;
     timer.expiry = Clock::now() + interval;
-    const auto entry = m_schedule.emplace(timer.expiry, id).first;
-    if (entry == m_schedule.begin()) {
+    timer.entry.value() = {timer.expiry, id};
+    const auto place = m_schedule.insert(std::move(timer.entry)).position;
+    if (place == m_schedule.begin()) {
         setKernelTimer(timer.expiry);
     }
 }
 
 void TimerGroup::unschedule(std::uint64_t id, Timer& timer)
 {
-    if (timer.running) {
-        timer.running = false;
-        m_schedule.erase({timer.expiry, id});
+    if (timer.running()) {
+        timer.entry = m_schedule.extract({timer.expiry, id});
     }
 }
 

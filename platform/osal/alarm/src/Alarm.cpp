@@ -5,6 +5,7 @@
 #include <mutex>
 #include <utility>
 
+#include "ipl/insist.h"
 #include "osal/Mutex.h"
 #include "util/TimerGroup.h"
 
@@ -17,10 +18,15 @@ class GroupTimer final : public AlarmTimer, private util::TimerCallbackBase
 public:
     std::uint64_t callAfter(std::chrono::milliseconds time, std::function<void()> function) override
     {
+        // Whatever needs memory comes before anything is changed.
+        std::map<std::uint64_t, std::function<void()>> made;
+        made.emplace(0, std::move(function));
+        auto entry = made.extract(made.begin());
         const std::lock_guard lock{m_mutex};
         const auto number = m_group.addTimer(time, false, *this, false);
         if (number != util::TimerGroup::kNoTimer) {
-            m_functions[number] = std::move(function);
+            entry.key() = number;
+            m_functions.insert(std::move(entry));
             m_group.startTimer(number);
         }
         return number;
@@ -80,13 +86,15 @@ Alarm::Alarm(int, std::function<void()> callback) : m_timer{defaultTimer()}, m_c
 void Alarm::set(std::chrono::milliseconds time)
 {
     remove();
-    m_target = std::make_shared<Target>();
-    m_target->callback = &m_callback;
-    m_number = m_timer.callAfter(time, [target = m_target] {
-        const std::lock_guard lock{target->mutex};
-        if (const auto* const callback = std::exchange(target->callback, nullptr)) {
-            (*callback)();
-        }
+    ipl::insist({__FILE__, __LINE__, __func__}, "an alarm waits for memory", [&] {
+        m_target = std::make_shared<Target>();
+        m_target->callback = &m_callback;
+        m_number = m_timer.callAfter(time, [target = m_target] {
+            const std::lock_guard lock{target->mutex};
+            if (const auto* const callback = std::exchange(target->callback, nullptr)) {
+                (*callback)();
+            }
+        });
     });
 }
 

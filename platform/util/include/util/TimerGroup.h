@@ -24,8 +24,8 @@ public:
 /// that a unit at rest sleeps. Time is CLOCK_MONOTONIC.
 ///
 /// Every operation may be called from any thread, also from onTimerExpired. Stopping or removing a timer does not wait
-/// for an expiry that is being delivered at that moment. The destructor stops the thread and joins it; a pending expiry
-/// is not delivered any more.
+/// for an expiry that is being delivered at that moment. Only adding a timer needs memory. The destructor stops the
+/// thread and joins it; a pending expiry is not delivered any more.
 class TimerGroup
 {
 public:
@@ -54,14 +54,17 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    using Schedule = std::set<std::pair<Clock::time_point, std::uint64_t>>;
 
     struct Timer
     {
         std::chrono::milliseconds interval;
         bool cyclic;
         TimerCallbackBase* callback;
-        bool running;
         Clock::time_point expiry;
+        Schedule::node_type entry; // while the timer is not running; its entry in the schedule otherwise
+
+        bool running() const { return entry.empty(); }
     };
 
     std::uint64_t freeId();
@@ -75,7 +78,7 @@ private:
     std::uint64_t m_nextId;
     osal::Mutex m_mutex;
     std::map<std::uint64_t, Timer> m_timers;
-    std::set<std::pair<Clock::time_point, std::uint64_t>> m_schedule;
+    Schedule m_schedule;
     bool m_ending = false;
     const int m_kernelTimer;
     std::thread m_thread;
