@@ -1,15 +1,15 @@
 #include "conn_common/PersistenceServices.h"
 
+#include <new>
 #include <utility>
 
 #include "PersistenceServicesImpl.h"
-#include "conn_common/allocate.h"
 #include "ipl/GlobalErrorHandler.h"
 
 namespace persistence {
 
 PersistenceServices::PersistenceServices(comm::FactoryPtr factory, PersistenceListener& listener)
-    : m_Pimpl{common_::tryAllocate<PersistenceServicesImpl>(std::move(factory), listener)}
+    : m_Pimpl{new (std::nothrow) PersistenceServicesImpl{std::move(factory), listener}}
 {
     if (!m_Pimpl) {
         ipl::GlobalErrorHandler::doFatalAssert("m_Pimpl", "conn_common/src/PersistenceServices", 63,

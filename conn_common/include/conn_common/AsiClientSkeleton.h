@@ -91,8 +91,7 @@ protected:
     void retryUnless(bool sent)
     {
         if (!sent) {
-            TRACE(s_asiChannel, error, kLabel, "Can't ask %s for what it has to tell, trying again",
-                  m_instanceId.c_str());
+            TRACE(s_asiChannel, error, kLabel, "Can't ask %s for what it has to tell, trying again", instanceId());
             m_reconnectAlarm.set(Delays::afterFailedConnect);
         }
     }
@@ -102,6 +101,8 @@ private:
 
     static constexpr auto kLabel = "AsiClientSkeleton";
 
+    const char* instanceId() const { return m_proxy ? m_proxy->getInstanceID().c_str() : ""; }
+
     void reconnect()
     {
         TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 152, "Reconnecting...");
@@ -109,16 +110,13 @@ private:
             m_proxy->disconnect();
         }
         m_proxy = tryAllocate<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
-        if (m_proxy) {
-            m_instanceId = m_proxy->getInstanceID();
-        }
         if (!m_proxy || m_proxy->connect()) {
             ipl::ErrorStorage::ack();
-            TRACE_AT(s_asiChannel, error, kLabel, "reconnect", 169, "Failed to connect ASI %s", m_instanceId.c_str());
+            TRACE_AT(s_asiChannel, error, kLabel, "reconnect", 169, "Failed to connect ASI %s", instanceId());
             m_reconnectAlarm.set(Delays::afterFailedConnect);
             return;
         }
-        TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 174, "connect OK %s", m_instanceId.c_str());
+        TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 174, "connect OK %s", instanceId());
     }
 
     // On the alarm's thread.
@@ -133,13 +131,13 @@ private:
 
     void alive(const comm::Lifecycle&) final
     {
-        TRACE_AT(s_asiChannel, milestone, kLabel, "alive", 121, "ASI alive %s", m_instanceId.c_str());
+        TRACE_AT(s_asiChannel, milestone, kLabel, "alive", 121, "ASI alive %s", instanceId());
         onAlive();
     }
 
     void dead(const comm::Lifecycle&, const comm::DeathNotice& notice) final
     {
-        TRACE_AT(s_asiChannel, milestone, kLabel, "dead", 132, "ASI dead %s %d %d %d", m_instanceId.c_str(),
+        TRACE_AT(s_asiChannel, milestone, kLabel, "dead", 132, "ASI dead %s %d %d %d", instanceId(),
                  static_cast<int>(notice.code), static_cast<int>(notice.reason), static_cast<int>(notice.origin));
         m_reconnectAlarm.set(Delays::afterDeath(notice));
         onDead();
@@ -153,7 +151,6 @@ private:
     std::unique_ptr<Forwarder> m_forwarder;
     SafeCallbackProxy m_safeCallback;
     std::unique_ptr<Proxy> m_proxy;
-    std::string m_instanceId;
 };
 
 } // namespace common_

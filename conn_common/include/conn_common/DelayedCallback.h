@@ -1,11 +1,9 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
 #include <mutex>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "comm/ActiveObject.h"
 #include "conn_common/allocate.h"
@@ -47,7 +45,7 @@ public:
     virtual ~DelayedCallbackBase()
     {
         const std::lock_guard lock{m_mutex};
-        for (auto* const event : m_pending) {
+        for (auto* event = m_firstPending; event != nullptr; event = event->m_next) {
             event->callbackDestroyed();
         }
     }
@@ -61,32 +59,44 @@ public:
         if (!ao.valid()) {
             ipl::GlobalErrorHandler::doFatalAssert("ao.valid()", kSource, 94, "schedule", "");
         }
-        auto event = allocate<DelayedCallbackEvent<Arg>>({kSource, 100, "schedule"},
-                                                         "Couldn't allocate ActiveObjectEvent for delayed callback",
-                                                         *this, std::move(arg));
-        {
-            const std::lock_guard lock{m_mutex};
-            m_pending.push_back(event.get());
-        }
-        ao.enque(util::SharedPtr<comm::ActiveObjectEvent>{std::move(event)});
+        auto event = allocateShared<DelayedCallbackEvent<Arg>>(
+            {kSource, 100, "schedule"}, "Couldn't allocate ActiveObjectEvent for delayed callback", *this,
+            std::move(arg));
+        remember(*event);
+        ao.enque(std::move(event));
     }
 
 private:
     static constexpr const char* kSource = "conn_common/include/conn_common/DelayedCallback";
 
-    void forget(const ICallbackDestroyedListener* event)
+    // The pending events are linked through themselves: they need no memory for it.
+    void remember(DelayedCallbackEvent<Arg>& event)
     {
         const std::lock_guard lock{m_mutex};
-        // Events end in the order in which they were scheduled, so the search rarely goes beyond the first.
-        if (const auto found = std::find(m_pending.begin(), m_pending.end(), event); found != m_pending.end()) {
-            m_pending.erase(found);
+        event.m_next = m_firstPending;
+        if (m_firstPending != nullptr) {
+            m_firstPending->m_previous = &event;
+        }
+        m_firstPending = &event;
+    }
+
+    void forget(const DelayedCallbackEvent<Arg>& event)
+    {
+        const std::lock_guard lock{m_mutex};
+        if (event.m_next != nullptr) {
+            event.m_next->m_previous = event.m_previous;
+        }
+        if (event.m_previous != nullptr) {
+            event.m_previous->m_next = event.m_next;
+        } else if (m_firstPending == &event) {
+            m_firstPending = event.m_next;
         }
     }
 
     const comm::FactoryPtr m_factory;
     const Target m_target;
     osal::Mutex m_mutex;
-    std::vector<ICallbackDestroyedListener*> m_pending;
+    DelayedCallbackEvent<Arg>* m_firstPending = nullptr;
 
     friend class DelayedCallbackEvent<Arg>;
 };
@@ -139,12 +149,16 @@ private:
     void detach()
     {
         if (auto* const callback = std::exchange(m_callback, nullptr); callback != nullptr) {
-            callback->forget(this);
+            callback->forget(*this);
         }
     }
 
     DelayedCallbackBase<Arg>* m_callback;
     Value m_arg;
+    DelayedCallbackEvent* m_next = nullptr; // these two are the callback's
+    DelayedCallbackEvent* m_previous = nullptr;
+
+    friend class DelayedCallbackBase<Arg>;
 };
 
 } // namespace common_

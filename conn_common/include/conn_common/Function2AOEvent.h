@@ -30,10 +30,10 @@ private:
 template <typename F>
 void enqueFunction2AOF(const comm::FactoryPtr& factory, F function)
 {
-    auto event =
-        allocate<Function2AOEvent<F>>({"conn_common/include/conn_common/Function2AOEvent", 43, "enqueFunction2AOF"},
-                                      "Could not allocate memory", std::move(function));
-    factory->getActiveObject(ipl::UUID{}).enque(util::SharedPtr<comm::ActiveObjectEvent>{std::move(event)});
+    factory->getActiveObject(ipl::UUID{})
+        .enque(allocateShared<Function2AOEvent<F>>(
+            {"conn_common/include/conn_common/Function2AOEvent", 43, "enqueFunction2AOF"}, "Could not allocate memory",
+            std::move(function)));
 }
 
 } // namespace common_

@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "ipl/GlobalErrorHandler.h"
+#include "ipl/insist.h"
 
 namespace common_ {
 
@@ -21,7 +21,15 @@ std::unique_ptr<T> allocate(const ipl::GlobalErrorHandler::Place& place, const c
     }
 }
 
-/// As above, but gives up at once: null when there is no memory for the object or for what it is made of.
+/// As above, to be shared, which takes a little more memory.
+template <typename T, typename... Args>
+std::shared_ptr<T> allocateShared(const ipl::GlobalErrorHandler::Place& place, const char* message, Args&&... args)
+{
+    auto object = allocate<T>(place, message, std::forward<Args>(args)...);
+    return ipl::insist(place, message, [&object] { return std::shared_ptr<T>{std::move(object)}; });
+}
+
+/// As allocate, but gives up at once: null when there is no memory for the object or for what it is made of.
 template <typename T, typename... Args>
 std::unique_ptr<T> tryAllocate(Args&&... args)
 {

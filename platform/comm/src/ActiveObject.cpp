@@ -13,7 +13,8 @@
 
 #include "Bus.h"
 #include "Loop.h"
-#include "ipl/GlobalErrorHandler.h"
+#include "comm/EventLoop.h"
+#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -42,18 +43,24 @@ Loop::Loop(std::string name) : m_name{std::move(name), 0, 15}
 
 Loop::~Loop()
 {
+    m_bus.reset();
     sd_event_unref(m_event);
     close(m_wakeUp);
 }
 
+// Whatever the bus needs is had now: who cannot have it does not start, rather than run without the bus.
 void Loop::start()
 {
+    if (const int error = sd_event_add_post(m_event, nullptr, &Loop::onTurnEnd, this); error < 0) {
+        throw std::system_error{-error, std::generic_category(), "sd_event_add_post"};
+    }
+    m_bus = std::make_unique<Bus>(m_event);
     // The thread holds the loop: an active object that is released on its own thread ends after it has been left.
     m_thread = std::thread{[self = shared_from_this()] { self->run(); }};
     pthread_setname_np(m_thread.native_handle(), m_name.c_str());
 }
 
-void Loop::enque(const util::SharedPtr<ActiveObjectEvent>& event)
+void Loop::enque(util::SharedPtr<ActiveObjectEvent> event)
 {
     bool wake = false;
     {
@@ -62,7 +69,7 @@ void Loop::enque(const util::SharedPtr<ActiveObjectEvent>& event)
             return;
         }
         wake = m_queue.empty();
-        m_queue.push_back(event);
+        m_queue.push(std::move(event));
     }
     if (wake) {
         eventfd_write(m_wakeUp, 1);
@@ -88,19 +95,14 @@ void Loop::stop()
 
 Bus& Loop::bus()
 {
-    if (!m_bus) {
-        if (const int error = sd_event_add_post(m_event, nullptr, &Loop::onTurnEnd, this); error < 0) {
-            throw std::system_error{-error, std::generic_category(), "sd_event_add_post"};
-        }
-        m_bus = std::make_unique<Bus>(m_event);
-    }
+    m_bus->use();
     return *m_bus;
 }
 
 int Loop::onTurnEnd(sd_event_source*, void* userdata)
 {
     auto& loop = *static_cast<Loop*>(userdata);
-    loop.m_busCongested.store(loop.m_bus && loop.m_bus->congested(), std::memory_order_relaxed);
+    loop.m_busCongested.store(loop.m_bus->congested(), std::memory_order_relaxed);
     return 0;
 }
 
@@ -114,42 +116,42 @@ int Loop::onPosted(sd_event_source*, int descriptor, unsigned, void* userdata)
 
 void Loop::runQueue()
 {
-    {
-        const std::lock_guard lock{m_mutex};
-        if (m_ending) {
-            sd_event_exit(m_event, 0);
-            return;
-        }
-        m_turn.swap(m_queue);
+    std::unique_lock lock{m_mutex};
+    if (m_ending) {
+        sd_event_exit(m_event, 0);
+        return;
     }
-    for (auto& event : m_turn) {
-        try {
-            event->execute();
-        } catch (const std::exception& error) {
-            TRACE(s_channel, resource, "comm::Loop", "event on %s threw: %s", m_name.c_str(), error.what());
-        } catch (...) {
-            TRACE(s_channel, resource, "comm::Loop", "event on %s threw something unknown", m_name.c_str());
-        }
-        event.reset();
+    EventQueue turn{std::move(m_queue)};
+    lock.unlock();
+    while (const auto event = turn.pop()) {
+        execute(*event);
     }
-    m_turn.clear();
+}
+
+void Loop::execute(ActiveObjectEvent& event)
+{
+    try {
+        event.execute();
+    } catch (const std::exception& error) {
+        TRACE(s_channel, resource, "comm::Loop", "event on %s threw: %s", m_name.c_str(), error.what());
+    } catch (...) {
+        TRACE(s_channel, resource, "comm::Loop", "event on %s threw something unknown", m_name.c_str());
+    }
 }
 
 void Loop::run()
 {
     m_threadId = std::this_thread::get_id();
-    if (const int error = sd_event_loop(m_event); error < 0) {
+    if (const int error = runEventLoop(m_event); error < 0) {
         ipl::GlobalErrorHandler::doFatalError(__FILE__, __LINE__, __func__, "the event loop has failed");
     }
     m_bus.reset();
 
-    std::vector<util::SharedPtr<ActiveObjectEvent>> left;
-    {
-        const std::lock_guard lock{m_mutex};
-        m_ending = true;
-        left.swap(m_queue);
-    }
-    for (const auto& event : left) {
+    std::unique_lock lock{m_mutex};
+    m_ending = true;
+    EventQueue left{std::move(m_queue)};
+    lock.unlock();
+    while (const auto event = left.pop()) {
         event->cancel();
     }
 }
@@ -159,10 +161,10 @@ ActiveObject::ActiveObject(const std::string& name) : m_loop{std::make_shared<Lo
     m_loop->start();
 }
 
-void ActiveObject::enque(const util::SharedPtr<ActiveObjectEvent>& event) const
+void ActiveObject::enque(util::SharedPtr<ActiveObjectEvent> event) const
 {
     if (m_loop) {
-        m_loop->enque(event);
+        m_loop->enque(std::move(event));
     }
 }
 
@@ -234,8 +236,11 @@ bool runAndWait(const ActiveObject& activeObject, const std::function<void()>& w
         work();
         return true;
     }
-    const auto rendezvous = std::make_shared<Rendezvous>();
-    activeObject.enque(std::make_shared<WaitedEvent>(rendezvous, work));
+    std::shared_ptr<Rendezvous> rendezvous;
+    ipl::insist({__FILE__, __LINE__, __func__}, "work waits for memory", [&] {
+        rendezvous = std::make_shared<Rendezvous>();
+        activeObject.enque(std::make_shared<WaitedEvent>(rendezvous, work));
+    });
     std::unique_lock lock{rendezvous->mutex};
     rendezvous->changed.wait(lock, [&] { return rendezvous->released; });
     return rendezvous->done;

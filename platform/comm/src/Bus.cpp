@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <exception>
+#include <cstring>
 #include <string_view>
 #include <system_error>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
+#include <utility>
 
+#include "comm/EventLoop.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -38,18 +40,6 @@ void MessageDeleter::operator()(sd_bus_message* message) const
     sd_bus_message_unref(message);
 }
 
-int guarded(const std::function<int()>& body) noexcept
-{
-    try {
-        return body();
-    } catch (const std::exception& error) {
-        TRACE(s_channel, resource, kLabel, "a callback of the bus threw: %s", error.what());
-    } catch (...) {
-        TRACE(s_channel, resource, kLabel, "a callback of the bus threw something unknown");
-    }
-    return -ENOMEM;
-}
-
 // The timer is had now: when the bus dies for want of descriptors, it must not be missing.
 Bus::Bus(sd_event* event) : m_event{event}
 {
@@ -61,7 +51,6 @@ Bus::Bus(sd_event* event) : m_event{event}
         sd_event_source_unref(m_retry);
         throw std::system_error{-error, std::generic_category(), "sd_event_add_time_relative"};
     }
-    open();
 }
 
 Bus::~Bus()
@@ -75,17 +64,31 @@ Bus::~Bus()
     forget();
 }
 
+void Bus::use()
+{
+    if (!std::exchange(m_used, true)) {
+        open();
+    }
+}
+
 void Bus::addUser(User& user)
 {
     m_users.push_back(&user);
-    if (m_connected) {
+    const auto onBusConnected = [&user] {
         user.onBusConnected();
+        return 0;
+    };
+    if (m_connected && guarded(onBusConnected) < 0) {
+        lose();
     }
 }
 
 void Bus::removeUser(User& user)
 {
-    std::erase(m_users, &user);
+    std::replace(m_users.begin(), m_users.end(), &user, static_cast<User*>(nullptr));
+    if (m_visits == 0) {
+        std::erase(m_users, nullptr);
+    }
 }
 
 bool Bus::send(sd_bus_message* message, std::size_t bytes)
@@ -94,10 +97,14 @@ bool Bus::send(sd_bus_message* message, std::size_t bytes)
     dropWritten();
     const bool fits =
         m_queuedSizes.empty() || (m_queuedSizes.size() < kMaxQueuedWrites && m_queuedBytes + size <= kMaxQueuedBytes);
-    if (!m_connected || !fits || sd_bus_send(m_bus, message, nullptr) < 0) {
+    if (!m_connected || !fits) {
         return false;
     }
-    m_queuedSizes.push_back(size);
+    m_queuedSizes.push_back(size); // first: what has been sent must not seem to have failed
+    if (sd_bus_send(m_bus, message, nullptr) < 0) {
+        m_queuedSizes.pop_back();
+        return false;
+    }
     m_queuedBytes += size;
     return true;
 }
@@ -120,22 +127,30 @@ void Bus::dropWritten()
     }
 }
 
-std::string Bus::address()
+const char* Bus::address()
 {
     const char* const address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
     return address != nullptr ? address : "the system bus";
 }
 
-// Shows the users one by one to visit until it returns true, and tells whether it did. A user may come or go meanwhile.
+// Shows the users one by one to visit until it returns true. A user may come or go meanwhile, or fail for itself.
 template <typename Visit>
-bool Bus::visitUsers(Visit visit)
+Bus::Visited Bus::visitUsers(Visit visit)
 {
-    for (auto* const user : std::vector<User*>{m_users}) {
-        if (std::find(m_users.begin(), m_users.end(), user) != m_users.end() && visit(*user)) {
-            return true;
+    auto visited = Visited::byAll;
+    ++m_visits;
+    const auto count = m_users.size();
+    for (std::size_t place = 0; place < count && visited != Visited::taken; ++place) {
+        auto* const user = m_users[place];
+        const int result = user != nullptr ? guarded([&] { return visit(*user) ? 1 : 0; }) : 0;
+        if (result != 0) {
+            visited = result > 0 ? Visited::taken : Visited::notByAll;
         }
     }
-    return false;
+    if (--m_visits == 0) {
+        std::erase(m_users, nullptr);
+    }
+    return visited;
 }
 
 // Opens the connection or sees to it that it is tried again. The bus has answered nothing yet when this returns: what
@@ -145,18 +160,20 @@ void Bus::open()
     if (const int error = connect(); error < 0) {
         if (!m_reported) {
             m_reported = true;
-            TRACE(s_channel, warning, kLabel, "no bus at %s (%s), trying again", address().c_str(),
-                  std::generic_category().message(-error).c_str());
+            TRACE(s_channel, warning, kLabel, "no bus at %s (%s), trying again", address(), std::strerror(-error));
         }
         forget();
         retryLater();
         return;
     }
     m_connected = true;
-    visitUsers([](User& user) {
+    const auto visited = visitUsers([](User& user) {
         user.onBusConnected();
         return false;
     });
+    if (visited == Visited::notByAll) {
+        lose();
+    }
 }
 
 int Bus::connect()
@@ -181,7 +198,7 @@ int Bus::handle(sd_bus_message* message)
     }
     if (m_reported) {
         m_reported = false;
-        TRACE(s_channel, milestone, kLabel, "bus at %s is back", address().c_str());
+        TRACE(s_channel, milestone, kLabel, "bus at %s is back", address());
     }
     if (sd_bus_message_is_signal(message, nullptr, nullptr) <= 0 || isOfBus(message)) {
         return 0;
@@ -202,7 +219,7 @@ void Bus::lose()
     m_connected = false;
     if (!m_reported) {
         m_reported = true;
-        TRACE(s_channel, warning, kLabel, "bus at %s is gone, trying again", address().c_str());
+        TRACE(s_channel, warning, kLabel, "bus at %s is gone, trying again", address());
     }
     visitUsers([](User& user) {
         user.onBusLost();

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "ipl/GlobalErrorHandler.h"
 
 struct sd_bus;
 struct sd_bus_message;
@@ -30,9 +32,17 @@ struct MessageDeleter
 };
 using MessagePtr = std::unique_ptr<sd_bus_message, MessageDeleter>;
 
-/// Runs the body of a callback that a C library calls: an exception must not unwind through it. It is reported on
-/// "CON_COMM" and becomes -ENOMEM, which the bus library answers to the caller of a method.
-int guarded(const std::function<int()>& body) noexcept;
+/// Makes a call of the bus library that lacks memory again until it does not: the library aborts later over an object
+/// or a match that it has left half done.
+template <typename Call>
+int callUntilMemory(Call call)
+{
+    int result = call();
+    for (; result == -ENOMEM; result = call()) {
+        ipl::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, __func__, "a call of the bus library waits");
+    }
+    return result;
+}
 
 /// The connection of one event loop to the unit's bus, on the loop's thread only.
 ///
@@ -51,7 +61,8 @@ public:
     public:
         virtual ~User() = default;
 
-        /// The connection is there; calls may be made on it from now on. Also called by addUser when it is there.
+        /// The connection is there; calls may be made on it from now on. Also called by addUser when it is there. What
+        /// it throws makes the connection be lost and tried again.
         virtual void onBusConnected() = 0;
 
         /// The connection is gone, and every peer with it.
@@ -61,11 +72,14 @@ public:
         virtual bool onSignal(sd_bus_message*) { return false; }
     };
 
-    /// Throws std::system_error when the loop has no timer left.
+    /// Opens nothing yet. Throws std::system_error when the loop has no timer left.
     explicit Bus(sd_event* event);
     ~Bus();
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
+
+    /// Opens the connection, and from now on again whenever it is lost.
+    void use();
 
     void addUser(User& user);
     void removeUser(User& user);
@@ -81,13 +95,20 @@ public:
     bool congested();
 
     /// The address the connection is tried at, for log lines.
-    static std::string address();
+    static const char* address();
 
 private:
+    enum class Visited
+    {
+        taken,   ///< a user was the one
+        byAll,   ///< none was
+        notByAll ///< none was, and some user failed
+    };
+
     static int onRetry(sd_event_source* source, std::uint64_t microseconds, void* userdata);
     int handle(sd_bus_message* message);
     template <typename Visit>
-    bool visitUsers(Visit visit);
+    Visited visitUsers(Visit visit);
     void dropWritten();
     void open();
     int connect();
@@ -100,9 +121,11 @@ private:
     sd_event_source* m_retry = nullptr;
     std::deque<std::size_t> m_queuedSizes; // of the messages that wait to be written
     std::size_t m_queuedBytes = 0;
+    bool m_used = false;
     bool m_connected = false;
-    bool m_reported = false; // the present absence of the bus has had its log line
-    std::vector<User*> m_users;
+    bool m_reported = false;    // the present absence of the bus has had its log line
+    std::vector<User*> m_users; // null: gone while the users are visited
+    unsigned m_visits = 0;
 };
 
 } // namespace comm

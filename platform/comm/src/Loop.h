@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "comm/ActiveObject.h"
 #include "osal/Mutex.h"
@@ -15,6 +15,43 @@ struct sd_event_source;
 namespace comm {
 
 class Bus;
+
+/// Events in their order, linked through themselves: adding one needs no memory.
+class EventQueue
+{
+public:
+    EventQueue() = default;
+    EventQueue(EventQueue&& other) noexcept
+        : m_first{std::move(other.m_first)}, m_last{std::exchange(other.m_last, nullptr)}
+    {}
+    EventQueue& operator=(EventQueue&&) = delete;
+    ~EventQueue()
+    {
+        while (pop()) {
+        }
+    }
+
+    bool empty() const { return m_first == nullptr; }
+
+    void push(util::SharedPtr<ActiveObjectEvent> event)
+    {
+        auto& end = empty() ? m_first : m_last->m_next;
+        end = std::move(event);
+        m_last = end.get();
+    }
+
+    /// Null when the queue is empty.
+    util::SharedPtr<ActiveObjectEvent> pop()
+    {
+        auto event = std::move(m_first);
+        m_first = event ? std::move(event->m_next) : nullptr;
+        return event;
+    }
+
+private:
+    util::SharedPtr<ActiveObjectEvent> m_first;
+    ActiveObjectEvent* m_last = nullptr; // while the queue is not empty
+};
 
 /// The thread, the event loop and the queue behind an active object.
 ///
@@ -28,12 +65,13 @@ public:
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
+    /// Throws std::system_error when the kernel has no thread, or the loop no timer, left.
     void start();
-    void enque(const util::SharedPtr<ActiveObjectEvent>& event);
+    void enque(util::SharedPtr<ActiveObjectEvent> event);
     bool isCurrent() const { return m_threadId.load() == std::this_thread::get_id(); }
     void stop();
 
-    /// The loop's connection to the bus, made at the first call. On the loop's thread only.
+    /// The loop's connection to the bus, opened at the first call. On the loop's thread only.
     Bus& bus();
 
     /// As of the end of the last turn. From any thread.
@@ -43,15 +81,15 @@ private:
     static int onTurnEnd(sd_event_source* source, void* userdata);
     static int onPosted(sd_event_source* source, int descriptor, unsigned events, void* userdata);
     void runQueue();
+    void execute(ActiveObjectEvent& event);
     void run();
 
     const std::string m_name;
     sd_event* m_event = nullptr;
     int m_wakeUp = -1;
     osal::Mutex m_mutex; // guards the two below
-    std::vector<util::SharedPtr<ActiveObjectEvent>> m_queue;
+    EventQueue m_queue;
     bool m_ending = false;
-    std::vector<util::SharedPtr<ActiveObjectEvent>> m_turn; // what the present turn runs; keeps its storage
     std::unique_ptr<Bus> m_bus;
     std::atomic<bool> m_busCongested{false};
     std::atomic<std::thread::id> m_threadId{};

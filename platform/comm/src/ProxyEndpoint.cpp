@@ -6,7 +6,9 @@
 #include <utility>
 
 #include "Loop.h"
+#include "comm/EventLoop.h"
 #include "ipl/ErrorStorage.h"
+#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -27,7 +29,7 @@ bool equal(const char* text, const std::string& other)
 
 ProxyEndpoint::ProxyEndpoint(const ServiceInfo& info, std::uint32_t instance, LifecycleListener& lifecycle)
     : m_info{info},
-      m_lifecycle{info.busName(instance)},
+      m_lifecycle{std::make_shared<Lifecycle>(Lifecycle{info.busName(instance)})},
       m_objectPath{info.objectPath(instance)},
       m_replyInterface{info.replyInterface()},
       m_listener{lifecycle}
@@ -39,17 +41,21 @@ int ProxyEndpoint::connect(Bus& bus)
     if (bus.connection() == nullptr) {
         return ENOTCONN;
     }
+    bus.addUser(*this);
+    m_bus = &bus;
+    m_state = State::seeking;
     const auto onChange = [](sd_bus_message* signal, void* self, sd_bus_error*) {
-        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onOwnerChanged(signal); });
+        return take(self, signal, &ProxyEndpoint::onOwnerChanged);
     };
     const auto onAnswer = [](sd_bus_message* answer, void* self, sd_bus_error*) {
-        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onOwnerAnswer(answer); });
+        return take(self, answer, &ProxyEndpoint::onOwnerAnswer);
     };
     const auto rule = "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
                       "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
                       busName() + "'";
     sd_bus_slot* slot = nullptr;
-    int error = sd_bus_add_match_async(bus.connection(), &slot, rule.c_str(), onChange, nullptr, this);
+    int error = callUntilMemory(
+        [&] { return sd_bus_add_match_async(bus.connection(), &slot, rule.c_str(), onChange, nullptr, this); });
     m_ownerWatch.reset(std::exchange(slot, nullptr));
     if (error >= 0) {
         error = sd_bus_call_method_async(bus.connection(), &slot, kBusName, kBusPath, kBusName, "GetNameOwner",
@@ -60,10 +66,18 @@ int ProxyEndpoint::connect(Bus& bus)
         rest();
         return -error;
     }
-    m_bus = &bus;
-    m_bus->addUser(*this);
-    m_state = State::seeking;
     return 0;
+}
+
+// A step on the way to the service that lacks memory has not been done: the service counts as lost, so that the way is
+// gone again from its beginning.
+int ProxyEndpoint::take(void* self, sd_bus_message* message, int (ProxyEndpoint::*step)(sd_bus_message*)) noexcept
+{
+    auto& endpoint = *static_cast<ProxyEndpoint*>(self);
+    return guarded([&] { return (endpoint.*step)(message); }) >= 0 ? 0 : guarded([&endpoint] {
+        endpoint.die(DeathNotice::notAnswered, ENOMEM);
+        return 0;
+    });
 }
 
 void ProxyEndpoint::disconnect()
@@ -91,7 +105,7 @@ void ProxyEndpoint::die(DeathNotice::Reason reason, int origin)
     const DeathNotice notice{m_state == State::alive ? 1U : 0U, reason, static_cast<std::uint32_t>(origin)};
     const auto lifecycle = m_lifecycle;
     rest();
-    m_listener.dead(lifecycle, notice); // which may destroy us
+    m_listener.dead(*lifecycle, notice); // which may destroy us
 }
 
 void ProxyEndpoint::onBusLost()
@@ -135,7 +149,7 @@ void ProxyEndpoint::ownerIs(const std::string& owner)
     m_owner = owner;
     m_state = State::connecting;
     const auto onAnswer = [](sd_bus_message* answer, void* self, sd_bus_error*) {
-        return guarded([=] { return static_cast<ProxyEndpoint*>(self)->onConnectAnswer(answer); });
+        return take(self, answer, &ProxyEndpoint::onConnectAnswer);
     };
     sd_bus_slot* slot = nullptr;
     const int error = sd_bus_call_method_async(m_bus->connection(), &slot, m_owner.c_str(), m_objectPath.c_str(),
@@ -155,7 +169,7 @@ int ProxyEndpoint::onConnectAnswer(sd_bus_message* answer)
         return 0;
     }
     m_state = State::alive;
-    m_listener.alive(m_lifecycle);
+    m_listener.alive(*m_lifecycle);
     return 0;
 }
 
@@ -226,7 +240,10 @@ void Proxy::setReceiver(IReplyReceiver& receiver)
 bool Proxy::connect()
 {
     int error = ESHUTDOWN;
-    runAndWait(m_activeObject, [&] { error = m_endpoint->connect(m_activeObject.loop()->bus()); });
+    runAndWait(m_activeObject, [&] {
+        error = ENOMEM;
+        guarded([&] { return error = m_endpoint->connect(m_activeObject.loop()->bus()); });
+    });
     if (error != 0) {
         ipl::ErrorStorage::set(static_cast<std::uint32_t>(error), "cannot connect to %s: %s", getInstanceID().c_str(),
                                std::strerror(error));
@@ -245,7 +262,8 @@ bool Proxy::disconnectAndNotify(std::function<void()> completion)
         return true;
     }
     disconnect();
-    m_activeObject.enque(std::make_shared<Completion>(std::move(completion)));
+    ipl::insist({__FILE__, __LINE__, __func__}, "a completion waits for memory",
+                [&] { m_activeObject.enque(std::make_shared<Completion>(completion)); });
     return false;
 }
 

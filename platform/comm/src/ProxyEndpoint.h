@@ -21,7 +21,7 @@ public:
     int connect(Bus& bus);
     void disconnect();
     bool isAlive() const { return m_state == State::alive; }
-    const std::string& busName() const { return m_lifecycle.instanceId; }
+    const std::string& busName() const { return m_lifecycle->instanceId; }
 
     /// A request for the owner, null unless alive.
     MessagePtr request(const char* member) const;
@@ -40,6 +40,7 @@ private:
         alive
     };
 
+    static int take(void* self, sd_bus_message* message, int (ProxyEndpoint::*step)(sd_bus_message*)) noexcept;
     int onOwnerChanged(sd_bus_message* signal);
     int onOwnerAnswer(sd_bus_message* answer);
     int onConnectAnswer(sd_bus_message* answer);
@@ -48,7 +49,7 @@ private:
     void die(DeathNotice::Reason reason, int origin);
 
     const ServiceInfo& m_info;
-    const Lifecycle m_lifecycle;
+    const std::shared_ptr<const Lifecycle> m_lifecycle; // may outlive us in a call of the listener
     const std::string m_objectPath;
     const std::string m_replyInterface;
     LifecycleListener& m_listener;

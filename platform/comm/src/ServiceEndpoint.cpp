@@ -10,7 +10,9 @@
 
 #include "Introspection.h"
 #include "Loop.h"
+#include "comm/EventLoop.h"
 #include "ipl/ErrorStorage.h"
+#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -44,7 +46,7 @@ void ServiceEndpoint::open(Bus& bus, Answer answer)
     m_answer = std::move(answer);
     m_bus->addUser(*this);
     if (m_bus->connection() == nullptr) {
-        TRACE(s_channel, warning, kLabel, "%s waits for the bus at %s", m_busName.c_str(), Bus::address().c_str());
+        TRACE(s_channel, warning, kLabel, "%s waits for the bus at %s", m_busName.c_str(), Bus::address());
         m_named = true;
         answerOnce(0);
     }
@@ -76,17 +78,20 @@ void ServiceEndpoint::onBusConnected()
     };
     sd_bus_slot* object = nullptr;
     sd_bus_slot* request = nullptr;
-    int error = sd_bus_add_object(connection, &object, m_objectPath.c_str(), onCall, this);
+    int error =
+        callUntilMemory([&] { return sd_bus_add_object(connection, &object, m_objectPath.c_str(), onCall, this); });
     m_object.reset(object);
     if (error >= 0) {
         error = sd_bus_request_name_async(connection, &request, m_busName.c_str(), m_named ? SD_BUS_NAME_QUEUE : 0,
                                           onAnswer, this);
         m_nameRequest.reset(request);
     }
-    if (error < 0) {
+    if (error == -EEXIST || error == -EINVAL) {
         TRACE(s_channel, error, kLabel, "%s cannot be put on the bus: %s", m_busName.c_str(),
               std::generic_category().message(-error).c_str());
         answerOnce(-error);
+    } else if (error < 0) { // which passes
+        throw std::system_error{-error, std::generic_category(), m_busName};
     }
 }
 
@@ -286,7 +291,8 @@ int ServiceEndpoint::connectClient(sd_bus_message* call)
     // again has its reasons, such as a successor that came and went.
     const Client client{m_clients.at(sender)};
     const int answered = answerEmpty(call);
-    m_implementation.onClientConnected(client);
+    ipl::insist({__FILE__, __LINE__, __func__}, "a client that has been accepted waits for memory",
+                [&] { m_implementation.onClientConnected(client); });
     return answered;
 }
 
@@ -324,7 +330,8 @@ int ServiceEndpoint::watch(ClientState& client)
                       client.uniqueName + "'";
     auto* const connection = m_bus->connection();
     sd_bus_slot* slot = nullptr;
-    int error = sd_bus_add_match_async(connection, &slot, rule.c_str(), onGone, nullptr, &client);
+    int error = callUntilMemory(
+        [&] { return sd_bus_add_match_async(connection, &slot, rule.c_str(), onGone, nullptr, &client); });
     client.watch.reset(std::exchange(slot, nullptr));
     if (error >= 0) {
         error = sd_bus_call_method_async(connection, &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -473,13 +480,15 @@ bool ServiceRegistration::registerService()
         return true;
     }
     const auto answer = std::make_shared<NameAnswer>();
-    const bool asked = runAndWait(m_activeObject, [this, answer] {
-        m_endpoint->open(m_activeObject.loop()->bus(), [answer](int error) {
-            const std::lock_guard lock{answer->mutex};
-            answer->came = true;
-            answer->error = error;
-            answer->changed.notify_one();
-        });
+    const auto onAnswer = [answer](int error) {
+        const std::lock_guard lock{answer->mutex};
+        answer->came = true;
+        answer->error = error;
+        answer->changed.notify_one();
+    };
+    const bool asked = runAndWait(m_activeObject, [this, &onAnswer] {
+        ipl::insist({__FILE__, __LINE__, __func__}, "a service waits for memory",
+                    [&] { m_endpoint->open(m_activeObject.loop()->bus(), onAnswer); });
     });
     if (!asked) {
         ipl::ErrorStorage::set(ESHUTDOWN, "the active object has ended");

@@ -12,6 +12,7 @@
 #include <systemd/sd-event.h>
 
 #include "Viewer.h"
+#include "comm/EventLoop.h"
 #include "comm/TestCommands.h"
 #include "ipl/ErrorStorage.h"
 
@@ -66,6 +67,10 @@ public:
     int prepare()
     {
         int error = sd_event_new(&m_event);
+        if (error >= 0) { // the first that is ready makes the room for all: a signal that found none would be lost
+            error = sd_event_add_defer(
+                m_event, nullptr, [](sd_event_source*, void*) { return 0; }, nullptr);
+        }
         for (const int signal : {SIGTERM, SIGINT, SIGUSR1}) {
             if (error >= 0) {
                 error = sd_event_add_signal(m_event, nullptr, signal, &Manager::onSignal, this);
@@ -81,7 +86,7 @@ public:
         return error;
     }
 
-    int loop() { return sd_event_loop(m_event); }
+    int loop() { return comm::runEventLoop(m_event); }
 
 private:
     static int onSignal(sd_event_source*, const signalfd_siginfo* info, void* userdata)
@@ -91,8 +96,11 @@ private:
             self.m_application.requestPersistenceFlush();
             return 0;
         }
-        self.m_application.stopApplication();
-        return sd_event_exit(self.m_event, 0);
+        sd_event_exit(self.m_event, 0); // first: whatever becomes of the goodbye, this is the end
+        return comm::guarded([&self] {
+            self.m_application.stopApplication();
+            return 0;
+        });
     }
 
     // Twice in the time that the service manager allows.

@@ -10,7 +10,7 @@
 namespace comm {
 
 /// One piece of work in an active object's queue. The queue holds it through a shared reference and destroys it after
-/// it has run, or without running it when the active object ends first.
+/// it has run, or without running it when the active object ends first. It is queued once.
 class ActiveObjectEvent
 {
 public:
@@ -24,6 +24,11 @@ public:
 
     /// Told when the active object ends before the event has run.
     virtual void cancel() {}
+
+private:
+    friend class EventQueue;
+
+    std::shared_ptr<ActiveObjectEvent> m_next; // in the queue
 };
 
 class Loop;
@@ -44,8 +49,8 @@ public:
     bool valid() const { return m_loop != nullptr; }
 
     /// Appends an event to the queue. On an active object that is ending, and on a handle that is not valid, the event
-    /// is released without running.
-    void enque(const util::SharedPtr<ActiveObjectEvent>& event) const;
+    /// is released without running. Needs no memory.
+    void enque(util::SharedPtr<ActiveObjectEvent> event) const;
 
     /// Whether the caller runs on this active object's thread.
     bool isCurrent() const;

@@ -1,0 +1,26 @@
+#pragma once
+
+struct sd_event;
+
+namespace comm {
+
+/// For a catch clause: reports what was thrown on "CON_COMM" and returns -ENOMEM.
+int reportThrown() noexcept;
+
+/// Runs the body of a callback that a C library calls: an exception must not unwind through it. It is reported and
+/// becomes -ENOMEM, which the bus library answers to the caller of a method.
+template <typename Body>
+int guarded(Body&& body) noexcept
+{
+    try {
+        return body();
+    } catch (...) {
+        return reportThrown();
+    }
+}
+
+/// Runs the loop to its end. A turn that lacks memory is reported to the out-of-memory handler and tried again; any
+/// other failure is returned as a negative errno.
+int runEventLoop(sd_event* event);
+
+} // namespace comm
