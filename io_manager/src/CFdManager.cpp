@@ -8,10 +8,17 @@
 #include <thread>
 #include <utility>
 
+#include "ipl/GlobalErrorHandler.h"
+
 namespace io_manager {
 namespace {
 
 constexpr std::chrono::milliseconds kRest{10}; // after a poll that fails at once, and may do so again
+
+void reportNoMemory(const char* message)
+{
+    ipl::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, __func__, message);
+}
 
 } // namespace
 
@@ -55,7 +62,12 @@ bool CFdManager::wait(EFdError& error, int timeoutMs)
         error = fdPassInProgress;
         return false;
     }
-    error = pass(timeoutMs);
+    error = fdSuccess;
+    try {
+        error = pass(timeoutMs);
+    } catch (const std::bad_alloc&) {
+        reportNoMemory("a pass over the descriptors is cut short");
+    }
     m_passInProgress = false;
     return error == fdSuccess;
 }
@@ -109,7 +121,11 @@ void CFdManager::onReadable(std::int32_t descriptor)
     m_runningThread = std::this_thread::get_id();
     const auto* const running = m_running.get();
     lock.unlock();
-    running->call();
+    try {
+        running->call();
+    } catch (const std::bad_alloc&) {
+        reportNoMemory("what has come on a descriptor is not taken");
+    }
     lock.lock();
     const auto ended = std::exchange(m_running, nullptr);
     m_runningThread = {};

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -19,6 +18,7 @@
 #include "conn_common/DelayedCallback.h"
 #include "conn_common/allocate.h"
 #include "ipl/ErrorStorage.h"
+#include "ipl/insist.h"
 #include "util/Thread.h"
 
 namespace common_ {
@@ -123,15 +123,6 @@ private:
         std::uint64_t sum() const { return errors + received + noData + connected; }
     };
 
-    void postConnectionState(bool connected)
-    {
-        try {
-            m_connectionState.schedule(connected);
-        } catch (const std::bad_alloc&) {
-            TRACE_AT(s_rstpChannel, resource, kLabel, kLoop, __LINE__, "No memory, nobody is told of the connection");
-        }
-    }
-
     void reportConnectionState(bool connected) { m_incoming->onConnectionStateChanged(connected); }
 
     void threadLoop(const util::Thread& thread)
@@ -146,7 +137,8 @@ private:
                 continue;
             }
             if (!m_socket.isOpen()) {
-                connect(thread, counters);
+                ipl::insist({kSource, __LINE__, kLoop}, "the connection waits for memory",
+                            [&] { connect(thread, counters); });
             } else if (!receive(thread, counters)) {
                 continue;
             }
@@ -159,7 +151,7 @@ private:
     {
         if (m_socket.open(m_path, 0, SOCK_SEQPACKET, 0) == 0) {
             TRACE_AT(s_rstpChannel, progress, kLabel, kLoop, __LINE__, "'%s' connected", m_path.c_str());
-            postConnectionState(true);
+            m_connectionState.schedule(true);
             ++counters.connected;
             return;
         }
@@ -214,7 +206,7 @@ private:
 
     void lose(Counters& counters)
     {
-        postConnectionState(false);
+        m_connectionState.schedule(false);
         m_socket.close();
         ++counters.errors;
     }

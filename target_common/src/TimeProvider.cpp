@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "ipl/ErrorStorage.h"
+#include "ipl/insist.h"
 #include "osal/Mutex.h"
 #include "tracing/Channel.h"
 
@@ -51,7 +52,9 @@ TimeProvider::TimeProvider()
 
 void TimeProvider::connect(const char* name)
 {
-    m_timeProxy = std::make_unique<asi::time::TimeSyncProxy>(1, m_factory, *this, *this);
+    m_timeProxy = ipl::insist({kSource, __LINE__, __func__}, "a proxy waits for memory", [this] {
+        return std::make_unique<asi::time::TimeSyncProxy>(1, m_factory, *this, *this);
+    });
     if (m_timeProxy->connect()) {
         TRACE(s_channel, warning, kClass, "IPL error at %s:%d! Could not connect %s,reason=%s", kSource, __LINE__, name,
               ipl::ErrorStorage::reason());

@@ -108,6 +108,9 @@ void CIdsm::restampPending(std::uint64_t gnssTime)
 
 void CIdsm::onTick()
 {
+    if (m_tick) {
+        m_tick->start(); // first: a tick that lacks memory is not the last one
+    }
     if (++m_tickCount == kTicksPerKeepAlive) {
         m_tickCount = 0;
         ++m_keepAliveCounter;
@@ -115,9 +118,6 @@ void CIdsm::onTick()
     }
     flushPending();
     m_eventRates.clear();
-    if (m_tick) {
-        m_tick->start();
-    }
 }
 
 void CIdsm::sendKeepAlive()
