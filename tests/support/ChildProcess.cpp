@@ -55,15 +55,18 @@ void ChildProcess::signal(int number) const
     }
 }
 
+bool ChildProcess::ended()
+{
+    int status = 0;
+    if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+        m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    return m_status.has_value();
+}
+
 std::optional<int> ChildProcess::wait()
 {
-    eventually([this] {
-        int status = 0;
-        if (!m_status && waitpid(m_pid, &status, WNOHANG) == m_pid) {
-            m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        return m_status.has_value();
-    });
+    eventually([this] { return ended(); });
     return m_status;
 }
 

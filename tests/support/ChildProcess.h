@@ -21,6 +21,9 @@ public:
     pid_t pid() const { return m_pid; }
     void signal(int number) const;
 
+    /// Whether it has ended by itself.
+    bool ended();
+
     /// The exit status, 128 + number when a signal ended it; nothing when it does not end in time.
     std::optional<int> wait();
 
