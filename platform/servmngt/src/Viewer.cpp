@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "comm/EventLoop.h"
 #include "tracing/Channel.h"
 
 namespace servmngt {
@@ -41,7 +42,10 @@ void Viewer::watch(sd_event* event)
 
 int Viewer::onFile(sd_event_source*, const inotify_event*, void* userdata)
 {
-    static_cast<Viewer*>(userdata)->linkIfThere();
+    comm::guarded([userdata] {
+        static_cast<Viewer*>(userdata)->linkIfThere();
+        return 0;
+    });
     return 0;
 }
 
