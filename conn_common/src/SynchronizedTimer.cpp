@@ -4,6 +4,7 @@
 
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "ipl/ErrorStorage.h"
+#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace common_ {
@@ -13,6 +14,7 @@ tracing::Channel s_channel{"CON_COMMON_TIMER", 7, 2};
 
 constexpr const char* kClass = "TIMERS";
 constexpr const char* kSource = "conn_common/src/SynchronizedTimer";
+constexpr const char* kNoMemory = "Could not allocate memory";
 
 } // namespace
 
@@ -119,7 +121,11 @@ SynchronizedTimerFactory::createStartedTimer(std::chrono::milliseconds interval,
 SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(std::chrono::milliseconds interval,
                                                                                TimerCallback&& callback)
 {
-    const auto id = m_timerGroup->addTimer(interval, false, *this, false);
+    const ipl::GlobalErrorHandler::Place place{kSource, 236, "createTimer"};
+    const auto id = ipl::insist(place, kNoMemory, [&] {
+        reserveEntry(); // first, so that nothing lacks memory once the platform has a timer
+        return m_timerGroup->addTimer(interval, false, *this, false);
+    });
     if (id == util::TimerGroup::kNoTimer) {
         TRACE_AT(s_channel, warning, kClass, "createTimer", 240,
                  "IPL error at %s:%d! Could not create timer (interval=%lums)!,reason=%s", kSource, 240,
@@ -127,8 +133,13 @@ SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(s
         ipl::ErrorStorage::ack();
         return nullptr;
     }
-    return allocate<SynchronizedTimerHandle>({kSource, 236, "createTimer"}, "Could not allocate memory", *this, id,
-                                             std::move(callback));
+    return allocate<SynchronizedTimerHandle>(place, kNoMemory, *this, id, std::move(callback));
+}
+
+void SynchronizedTimerFactory::reserveEntry()
+{
+    const std::lock_guard lock{m_mutex};
+    m_timers.reserve(m_timers.size() + 1);
 }
 
 SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(std::chrono::milliseconds interval,

@@ -52,6 +52,10 @@ void ChildProcess::signal(int number) const
 {
     if (!m_status) {
         kill(m_pid, number);
+        if (number == SIGSTOP) { // it may be running on another processor
+            siginfo_t stopped{};
+            waitid(P_PID, static_cast<id_t>(m_pid), &stopped, WSTOPPED | WEXITED | WNOWAIT);
+        }
     }
 }
 

@@ -25,6 +25,24 @@ constexpr std::uint16_t kResourceConsumption = 0xD701;    // the busiest process
 
 tracing::Channel s_channel{"CON_IDS_IDSM", 7, 2};
 
+// Starts the timer at the end of a tick, also of one that lacks memory: it would be the last one otherwise.
+class NextTick
+{
+public:
+    explicit NextTick(common_::ISynchronizedTimerFactory::TimerHandle* timer) : m_timer{timer} {}
+    ~NextTick()
+    {
+        if (m_timer != nullptr) {
+            m_timer->start();
+        }
+    }
+    NextTick(const NextTick&) = delete;
+    NextTick& operator=(const NextTick&) = delete;
+
+private:
+    common_::ISynchronizedTimerFactory::TimerHandle* const m_timer;
+};
+
 } // namespace
 
 CIdsm::CIdsm(IIdsCore& core, common_::ISynchronizedTimerFactory& timers)
@@ -108,9 +126,7 @@ void CIdsm::restampPending(std::uint64_t gnssTime)
 
 void CIdsm::onTick()
 {
-    if (m_tick) {
-        m_tick->start(); // first: a tick that lacks memory is not the last one
-    }
+    const NextTick next{m_tick.get()};
     if (++m_tickCount == kTicksPerKeepAlive) {
         m_tickCount = 0;
         ++m_keepAliveCounter;
@@ -132,6 +148,7 @@ void CIdsm::sendKeepAlive()
 // now keeps its other events waiting.
 void CIdsm::flushPending()
 {
+    m_eventRates.reserve(m_eventRates.size() + m_pending.size()); // nothing may throw while events are moved
     std::erase_if(m_pending, [this](const std::shared_ptr<SEvent>& event) {
         if (findRate(event->eventId) != nullptr || !m_core.isConnected() || !m_core.sendEvent(*event)) {
             return false;

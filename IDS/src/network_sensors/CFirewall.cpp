@@ -29,11 +29,11 @@ CFirewall::CFirewall(const comm::FactoryPtr& factory, IIdsInformationAsiService&
 
 void CFirewall::start()
 {
-    if (std::exchange(m_started, true)) {
+    if (m_started) {
         return;
     }
     TRACE(s_sensorChannel, progress, kClass, "Start Firewall NFLOG.");
-    m_task.start();
+    m_started = m_task.start();
     startStatisticsTimer();
 }
 

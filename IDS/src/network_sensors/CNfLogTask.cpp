@@ -50,16 +50,18 @@ CNfLogTask::~CNfLogTask()
     m_thread.join();
 }
 
-void CNfLogTask::start()
+bool CNfLogTask::start()
 {
     if (!m_wake.valid()) { // a thread that nothing can wake is not started
         TRACE(s_sensorChannel, resource, kClass, "Can't create wake descriptor!");
-        return;
+        return false;
     }
     if (m_thread.start()) {
         TRACE(s_sensorChannel, resource, kClass, "Can't start netlink thread! (%s)", ipl::ErrorStorage::reason());
         ipl::ErrorStorage::ack();
+        return false;
     }
+    return true;
 }
 
 void CNfLogTask::run()

@@ -33,7 +33,8 @@ public:
     CNfLogTask(const CNfLogTask&) = delete;
     CNfLogTask& operator=(const CNfLogTask&) = delete;
 
-    void start();
+    /// Returns false when there is no thread to be had; it may be tried again.
+    bool start();
 
     /// A batch has reached the active object.
     void taken() { m_inFlight.leave(); }

@@ -109,14 +109,24 @@ private:
         if (m_proxy) {
             m_proxy->disconnect();
         }
-        m_proxy = tryAllocate<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
-        if (!m_proxy || m_proxy->connect()) {
+        if (!renewProxy() || m_proxy->connect()) {
             ipl::ErrorStorage::ack();
             TRACE_AT(s_asiChannel, error, kLabel, "reconnect", 169, "Failed to connect ASI %s", instanceId());
             m_reconnectAlarm.set(Delays::afterFailedConnect);
             return;
         }
         TRACE_AT(s_asiChannel, milestone, kLabel, "reconnect", 174, "connect OK %s", instanceId());
+    }
+
+    // Without memory for a new one the old one is kept, for its name.
+    bool renewProxy()
+    {
+        auto made = tryAllocate<Proxy>(m_instance, m_factory, *m_forwarder, *m_forwarder);
+        if (!made) {
+            return false;
+        }
+        m_proxy = std::move(made);
+        return true;
     }
 
     // On the alarm's thread.

@@ -73,30 +73,23 @@ private:
     void remember(DelayedCallbackEvent<Arg>& event)
     {
         const std::lock_guard lock{m_mutex};
-        event.m_next = m_firstPending;
-        if (m_firstPending != nullptr) {
-            m_firstPending->m_previous = &event;
-        }
-        m_firstPending = &event;
+        event.m_previous = m_lastPending;
+        (m_lastPending != nullptr ? m_lastPending->m_next : m_firstPending) = &event;
+        m_lastPending = &event;
     }
 
     void forget(const DelayedCallbackEvent<Arg>& event)
     {
         const std::lock_guard lock{m_mutex};
-        if (event.m_next != nullptr) {
-            event.m_next->m_previous = event.m_previous;
-        }
-        if (event.m_previous != nullptr) {
-            event.m_previous->m_next = event.m_next;
-        } else if (m_firstPending == &event) {
-            m_firstPending = event.m_next;
-        }
+        (event.m_previous != nullptr ? event.m_previous->m_next : m_firstPending) = event.m_next;
+        (event.m_next != nullptr ? event.m_next->m_previous : m_lastPending) = event.m_previous;
     }
 
     const comm::FactoryPtr m_factory;
     const Target m_target;
     osal::Mutex m_mutex;
     DelayedCallbackEvent<Arg>* m_firstPending = nullptr;
+    DelayedCallbackEvent<Arg>* m_lastPending = nullptr;
 
     friend class DelayedCallbackEvent<Arg>;
 };

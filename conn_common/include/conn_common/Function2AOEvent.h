@@ -30,10 +30,10 @@ private:
 template <typename F>
 void enqueFunction2AOF(const comm::FactoryPtr& factory, F function)
 {
-    factory->getActiveObject(ipl::UUID{})
-        .enque(allocateShared<Function2AOEvent<F>>(
-            {"conn_common/include/conn_common/Function2AOEvent", 43, "enqueFunction2AOF"}, "Could not allocate memory",
-            std::move(function)));
+    auto event = allocateShared<Function2AOEvent<F>>(
+        {"conn_common/include/conn_common/Function2AOEvent", 43, "enqueFunction2AOF"}, "Could not allocate memory",
+        std::move(function));
+    factory->getActiveObject(ipl::UUID{}).enque(std::move(event));
 }
 
 } // namespace common_

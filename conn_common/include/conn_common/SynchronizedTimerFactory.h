@@ -37,6 +37,7 @@ private:
 
     void onTimerExpired(std::uint64_t id) override;
     void destroyFaFTimerFor(void* handle);
+    void reserveEntry();
 
     const comm::FactoryPtr m_factory;
     std::optional<util::TimerGroup> m_timerGroup; // emptied first of all in the destructor

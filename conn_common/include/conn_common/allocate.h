@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
 
-#include "ipl/insist.h"
+#include "ipl/GlobalErrorHandler.h"
 
 namespace common_ {
 
@@ -21,12 +22,43 @@ std::unique_ptr<T> allocate(const ipl::GlobalErrorHandler::Place& place, const c
     }
 }
 
-/// As above, to be shared, which takes a little more memory.
+/// Gets memory as allocate does, for the standard library.
+template <typename T>
+struct InsistingAllocator
+{
+    using value_type = T;
+
+    InsistingAllocator(const ipl::GlobalErrorHandler::Place& where, const char* what) : place{where}, message{what} {}
+    template <typename Other>
+    InsistingAllocator(const InsistingAllocator<Other>& other) : place{other.place}, message{other.message}
+    {}
+
+    T* allocate(std::size_t count) const
+    {
+        while (true) {
+            if (void* const memory = ::operator new(count * sizeof(T), std::nothrow); memory != nullptr) {
+                return static_cast<T*>(memory);
+            }
+            ipl::GlobalErrorHandler::doOutOfMem(place.file, place.line, place.function, message);
+        }
+    }
+    void deallocate(T* memory, std::size_t) const { ::operator delete(memory); }
+
+    template <typename Other>
+    bool operator==(const InsistingAllocator<Other>&) const
+    {
+        return true;
+    }
+
+    ipl::GlobalErrorHandler::Place place;
+    const char* message;
+};
+
+/// As allocate, to be shared.
 template <typename T, typename... Args>
 std::shared_ptr<T> allocateShared(const ipl::GlobalErrorHandler::Place& place, const char* message, Args&&... args)
 {
-    auto object = allocate<T>(place, message, std::forward<Args>(args)...);
-    return ipl::insist(place, message, [&object] { return std::shared_ptr<T>{std::move(object)}; });
+    return std::allocate_shared<T>(InsistingAllocator<T>{place, message}, std::forward<Args>(args)...);
 }
 
 /// As allocate, but gives up at once: null when there is no memory for the object or for what it is made of.

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <pthread.h>
 #include <sys/eventfd.h>
-#include <system_error>
 #include <systemd/sd-event.h>
 #include <unistd.h>
 #include <utility>
@@ -28,7 +27,7 @@ Loop::Loop(std::string name) : m_name{std::move(name), 0, 15}
 {
     m_wakeUp = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     if (m_wakeUp < 0) {
-        throw std::system_error{errno, std::generic_category(), "eventfd"};
+        throwError(errno, "eventfd");
     }
     int error = sd_event_new(&m_event);
     if (error >= 0) {
@@ -37,7 +36,7 @@ Loop::Loop(std::string name) : m_name{std::move(name), 0, 15}
     if (error < 0) {
         sd_event_unref(m_event);
         close(m_wakeUp);
-        throw std::system_error{-error, std::generic_category(), "sd_event_new"};
+        throwError(-error, "sd_event_new");
     }
 }
 
@@ -52,7 +51,7 @@ Loop::~Loop()
 void Loop::start()
 {
     if (const int error = sd_event_add_post(m_event, nullptr, &Loop::onTurnEnd, this); error < 0) {
-        throw std::system_error{-error, std::generic_category(), "sd_event_add_post"};
+        throwError(-error, "sd_event_add_post");
     }
     m_bus = std::make_unique<Bus>(m_event);
     // The thread holds the loop: an active object that is released on its own thread ends after it has been left.
@@ -93,10 +92,12 @@ void Loop::stop()
     }
 }
 
-Bus& Loop::bus()
+Bus* Loop::bus()
 {
-    m_bus->use();
-    return *m_bus;
+    if (m_bus) {
+        m_bus->use();
+    }
+    return m_bus.get();
 }
 
 int Loop::onTurnEnd(sd_event_source*, void* userdata)

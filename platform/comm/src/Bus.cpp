@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
-#include <system_error>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 #include <utility>
@@ -49,7 +49,7 @@ Bus::Bus(sd_event* event) : m_event{event}
     }
     if (error < 0) {
         sd_event_source_unref(m_retry);
-        throw std::system_error{-error, std::generic_category(), "sd_event_add_time_relative"};
+        throwError(-error, "sd_event_add_time_relative");
     }
 }
 
@@ -100,13 +100,25 @@ bool Bus::send(sd_bus_message* message, std::size_t bytes)
     if (!m_connected || !fits) {
         return false;
     }
-    m_queuedSizes.push_back(size); // first: what has been sent must not seem to have failed
+    if (!note(size)) { // first: what has been sent must not seem to have failed
+        return false;
+    }
     if (sd_bus_send(m_bus, message, nullptr) < 0) {
         m_queuedSizes.pop_back();
         return false;
     }
     m_queuedBytes += size;
     return true;
+}
+
+bool Bus::note(std::size_t size)
+{
+    try {
+        m_queuedSizes.push_back(size);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 bool Bus::congested()

@@ -109,6 +109,7 @@ private:
     int handle(sd_bus_message* message);
     template <typename Visit>
     Visited visitUsers(Visit visit);
+    bool note(std::size_t size);
     void dropWritten();
     void open();
     int connect();

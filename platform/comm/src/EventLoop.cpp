@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <exception>
+#include <new>
+#include <system_error>
 #include <systemd/sd-event.h>
 
 #include "ipl/GlobalErrorHandler.h"
@@ -11,7 +13,7 @@
 namespace comm {
 namespace {
 
-constexpr char kLabel[] = "comm::Bus";
+constexpr char kLabel[] = "comm::EventLoop";
 
 tracing::Channel s_channel{"CON_COMM", 7, 2};
 
@@ -22,11 +24,19 @@ int reportThrown() noexcept
     try {
         throw;
     } catch (const std::exception& error) {
-        TRACE(s_channel, resource, kLabel, "a callback of the bus threw: %s", error.what());
+        TRACE(s_channel, resource, kLabel, "a callback threw: %s", error.what());
     } catch (...) {
-        TRACE(s_channel, resource, kLabel, "a callback of the bus threw something unknown");
+        TRACE(s_channel, resource, kLabel, "a callback threw something unknown");
     }
     return -ENOMEM;
+}
+
+void throwError(int number, const char* call)
+{
+    if (number == ENOMEM) {
+        throw std::bad_alloc{};
+    }
+    throw std::system_error{number, std::generic_category(), call};
 }
 
 int runEventLoop(sd_event* event)

@@ -71,8 +71,8 @@ public:
     bool isCurrent() const { return m_threadId.load() == std::this_thread::get_id(); }
     void stop();
 
-    /// The loop's connection to the bus, opened at the first call. On the loop's thread only.
-    Bus& bus();
+    /// The loop's connection to the bus, opened at the first call; null once the loop has ended. On its thread only.
+    Bus* bus();
 
     /// As of the end of the last turn. From any thread.
     bool busCongested() const { return m_busCongested.load(std::memory_order_relaxed); }

@@ -241,8 +241,10 @@ bool Proxy::connect()
 {
     int error = ESHUTDOWN;
     runAndWait(m_activeObject, [&] {
-        error = ENOMEM;
-        guarded([&] { return error = m_endpoint->connect(m_activeObject.loop()->bus()); });
+        if (auto* const bus = m_activeObject.loop()->bus(); bus != nullptr) {
+            error = ENOMEM;
+            guarded([&] { return error = m_endpoint->connect(*bus); });
+        }
     });
     if (error != 0) {
         ipl::ErrorStorage::set(static_cast<std::uint32_t>(error), "cannot connect to %s: %s", getInstanceID().c_str(),

@@ -487,8 +487,12 @@ bool ServiceRegistration::registerService()
         answer->changed.notify_one();
     };
     const bool asked = runAndWait(m_activeObject, [this, &onAnswer] {
+        auto* const bus = m_activeObject.loop()->bus();
+        if (bus == nullptr) {
+            return onAnswer(ESHUTDOWN);
+        }
         ipl::insist({__FILE__, __LINE__, __func__}, "a service waits for memory",
-                    [&] { m_endpoint->open(m_activeObject.loop()->bus(), onAnswer); });
+                    [&] { m_endpoint->open(*bus, onAnswer); });
     });
     if (!asked) {
         ipl::ErrorStorage::set(ESHUTDOWN, "the active object has ended");

@@ -81,7 +81,10 @@ public:
                 sd_event_add_time_relative(m_event, nullptr, CLOCK_MONOTONIC, 0, kAccuracy, &Manager::onWatchdog, this);
         }
         if (error >= 0) {
-            m_viewer.watch(m_event);
+            comm::guarded([this] { // a log that nobody can look at is no reason not to start
+                m_viewer.watch(m_event);
+                return 0;
+            });
         }
         return error;
     }

@@ -54,8 +54,13 @@ void Viewer::linkIfThere()
     if (!tracing::DltLink::endpointIsThere()) {
         return;
     }
-    m_folder = sd_event_source_disable_unref(m_folder);
     m_link.emplace(m_onCommand);
+    m_folder = sd_event_source_disable_unref(m_folder);
+    if (!m_link->made()) {
+        TRACE(s_channel, warning, kLabel, "the DLT daemon at %s cannot be reached",
+              tracing::DltLink::endpoint().c_str());
+        return;
+    }
     TRACE(s_channel, milestone, kLabel, "the log goes to the DLT daemon at %s", tracing::DltLink::endpoint().c_str());
     if (m_onCommand) {
         TRACE(s_channel, warning, kLabel, "test commands are offered to whoever reaches the DLT daemon");

@@ -52,6 +52,18 @@ std::vector<std::string> channelsOfTheViewer()
     return names;
 }
 
+bool isTrusted(uid_t user)
+{
+    return user == 0 || user == geteuid();
+}
+
+bool isOurGroup(gid_t group)
+{
+    std::vector<gid_t> ours(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
+    const int count = getgroups(static_cast<int>(ours.size()), ours.data());
+    return group == getegid() || std::count(ours.begin(), ours.begin() + std::max(count, 0), group) > 0;
+}
+
 } // namespace
 
 DltSink& DltSink::instance()
@@ -60,12 +72,13 @@ DltSink& DltSink::instance()
     return sink;
 }
 
-void DltSink::link(Command onCommand)
+bool DltSink::link(Command onCommand)
 {
     dlt_log_init(DLT_LOG_DROPPED); // or its own complaints wait for whoever reads our standard output
-    dlt_init();
+    if (dlt_init() < DLT_RETURN_OK || dlt_register_app(kApplication, kDescription) < DLT_RETURN_OK) {
+        return false;
+    }
     dlt_set_resend_timeout_atexit(0);
-    dlt_register_app(kApplication, kDescription);
 
     m_onCommand = std::move(onCommand);
     const auto ids = dltContextIds(channelsOfTheViewer());
@@ -78,6 +91,7 @@ void DltSink::link(Command onCommand)
     const std::lock_guard lock{m_mutex};
     m_linked = true;
     setSink(viewer, this);
+    return true;
 }
 
 void DltSink::registerContext(const std::string& channel, const std::string& id)
@@ -144,14 +158,15 @@ int DltSink::onInjection(std::uint32_t, void* data, std::uint32_t size)
 {
     const Uncancellable uncancellable;
     const std::string_view text{static_cast<const char*>(data), size};
-    instance().m_onCommand(std::string{text.substr(0, text.find('\0'))});
+    try {
+        instance().m_onCommand(std::string{text.substr(0, text.find('\0'))});
+    } catch (...) {
+        return -1; // nothing may be thrown through the library
+    }
     return 0;
 }
 
-DltLink::DltLink(Command onCommand)
-{
-    DltSink::instance().link(std::move(onCommand));
-}
+DltLink::DltLink(Command onCommand) : m_made{DltSink::instance().link(std::move(onCommand))} {}
 
 DltLink::~DltLink()
 {
@@ -164,13 +179,17 @@ std::string DltLink::endpoint()
     return std::string{directory != nullptr ? directory : "/tmp"} + "/dlt";
 }
 
-// A file that somebody left there would be written to without end.
+// Anybody may leave something where the DLT daemon listens, to read the log or to have it fill a file.
 bool DltLink::endpointIsThere()
 {
-    const auto path = endpoint();
-    struct stat status;
-    return lstat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) &&
-           access(path.c_str(), W_OK) == 0;
+    const auto pipe = endpoint();
+    const auto folder = pipe + "pipes"; // the library makes ours in there
+    struct stat ofPipe;
+    struct stat ofFolder;
+    return lstat(pipe.c_str(), &ofPipe) == 0 && S_ISFIFO(ofPipe.st_mode) && (ofPipe.st_mode & S_IWOTH) == 0 &&
+           (isTrusted(ofPipe.st_uid) || isOurGroup(ofPipe.st_gid)) && access(pipe.c_str(), W_OK) == 0 &&
+           lstat(folder.c_str(), &ofFolder) == 0 && S_ISDIR(ofFolder.st_mode) &&
+           (isTrusted(ofFolder.st_uid) || ofFolder.st_uid == ofPipe.st_uid);
 }
 
 } // namespace tracing

@@ -22,7 +22,7 @@ public:
 
     static DltSink& instance();
 
-    void link(Command onCommand);
+    bool link(Command onCommand);
 
     /// Waits for a callback that is being run. Lines that come later are dropped.
     void unlink();

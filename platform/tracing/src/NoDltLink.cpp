@@ -3,7 +3,7 @@
 
 namespace tracing {
 
-DltLink::DltLink(Command) {}
+DltLink::DltLink(Command) : m_made{false} {}
 
 DltLink::~DltLink() = default;
 

@@ -19,6 +19,9 @@ int guarded(Body&& body) noexcept
     }
 }
 
+/// Throws what a failed call means: std::bad_alloc for ENOMEM, otherwise std::system_error with the call's name.
+[[noreturn]] void throwError(int number, const char* call);
+
 /// Runs the loop to its end. A turn that lacks memory is reported to the out-of-memory handler and tried again; any
 /// other failure is returned as a negative errno.
 int runEventLoop(sd_event* event);

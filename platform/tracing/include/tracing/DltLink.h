@@ -30,11 +30,18 @@ public:
 
     static constexpr unsigned kCommandService = 4096;
 
+    /// False when the library could not reach the DLT daemon; there is no viewer then.
+    bool made() const { return m_made; }
+
     /// Where the DLT daemon listens, empty in a build without DLT: the environment variable DLT_PIPE_DIR and "/dlt".
     static std::string endpoint();
 
-    /// Whether there is something at the endpoint to which this process may write.
+    /// Whether a DLT daemon's pipe is at the endpoint to which this process may write, and somebody's who may be
+    /// trusted with the log: it belongs to root, to us or to one of our groups, and not everybody may write to it.
     static bool endpointIsThere();
+
+private:
+    const bool m_made;
 };
 
 } // namespace tracing
