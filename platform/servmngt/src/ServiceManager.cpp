@@ -82,14 +82,21 @@ public:
         }
         if (error >= 0) {
             comm::guarded([this] { // a log that nobody can look at is no reason not to start
-                m_viewer.watch(m_event);
+                m_viewer.linkIfThere();
                 return 0;
             });
         }
         return error;
     }
 
-    int loop() { return comm::runEventLoop(m_event); }
+    int loop()
+    {
+        comm::guarded([this] { // not before, for it takes milliseconds
+            m_viewer.watch(m_event);
+            return 0;
+        });
+        return comm::runEventLoop(m_event);
+    }
 
 private:
     static int onSignal(sd_event_source*, const signalfd_siginfo* info, void* userdata)

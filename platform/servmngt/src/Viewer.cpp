@@ -27,7 +27,7 @@ Viewer::~Viewer()
 void Viewer::watch(sd_event* event)
 {
     const auto endpoint = tracing::DltLink::endpoint();
-    if (endpoint.empty()) {
+    if (endpoint.empty() || m_link) {
         return;
     }
     const auto folder = endpoint.substr(0, endpoint.rfind('/') + 1);

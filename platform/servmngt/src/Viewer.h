@@ -21,12 +21,14 @@ public:
     Viewer(const Viewer&) = delete;
     Viewer& operator=(const Viewer&) = delete;
 
-    /// A folder that cannot be watched leaves a line; there is no viewer then.
+    /// Links the log to the DLT daemon when it is there.
+    void linkIfThere();
+
+    /// From now on also when it comes. A folder that cannot be watched leaves a line; there is no viewer then.
     void watch(sd_event* event);
 
 private:
     static int onFile(sd_event_source* source, const inotify_event* file, void* userdata);
-    void linkIfThere();
 
     const tracing::DltLink::Command m_onCommand;
     sd_event_source* m_folder = nullptr;
