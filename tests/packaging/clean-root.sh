@@ -6,10 +6,10 @@ fail() {
     exit 1
 }
 
-# make_root: an overlay of the system's root that forgets everything, as $root; the folder beside it is $top. In a mount
-# namespace of the caller's, so that nothing is left behind. Ends with 77 where that is not allowed.
+# make_root <folder>: mounts there, as $top, what takes an overlay of the system's root that forgets everything, $root. In
+# a mount namespace of the caller's, so that nothing but the folder is left. Ends with 77 where that is not allowed.
 make_root() {
-    top=$(mktemp --directory)
+    top=$1
     mount -t tmpfs ids-packages "$top"
     mkdir "$top"/{upper,work,root}
     mount -t overlay -o "lowerdir=/,upperdir=$top/upper,workdir=$top/work" ids-packages "$top/root" || exit 77
