@@ -65,6 +65,7 @@ need_arm64() {
 # Has the kernel start programs for the other processor in the emulator: the programs that are tested start others.
 emulate_arm64() {
     local formats=/proc/sys/fs/binfmt_misc
+    export QEMU_CPU=max,pauth-impdef=on # its usual way to sign return addresses makes calls a dozen times as slow
     [[ -e $formats/qemu-aarch64 ]] && return
     ((EUID == 0)) || fail "The kernel does not start arm64 programs. As root: systemctl restart systemd-binfmt"
     [[ -e $formats/register ]] || mount -t binfmt_misc binfmt_misc "$formats"
