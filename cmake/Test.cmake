@@ -6,7 +6,11 @@ function(ids_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SOURCES;LINKS")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINKS} test_support GTest::gmock_main)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 RUN_SERIAL ${arg_SERIAL})
+    set(seconds 120)
+    if(CMAKE_CROSSCOMPILING)
+        set(seconds 360) # in an emulator
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${seconds} RUN_SERIAL ${arg_SERIAL})
 endfunction()
 
 # not_emulated(<test>...): those that user-mode emulation cannot run, of a program in the same folder. The comment at the
