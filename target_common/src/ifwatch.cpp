@@ -98,7 +98,7 @@ SLinkAttributes readLinkAttributes(Bytes attributes)
         case IFLA_MTU: {
             std::uint32_t mtu = 0;
             copyUpTo(payload, mtu);
-            TRACE(s_channel, detail, kClass, "mtu: %d", static_cast<int>(mtu));
+            TRACE_AT(s_channel, detail, kClass, "readLinkAttributes", __LINE__, "mtu: %d", static_cast<int>(mtu));
             break;
         }
         case IFLA_OPERSTATE:
@@ -107,7 +107,8 @@ SLinkAttributes readLinkAttributes(Bytes attributes)
         case IFLA_IFALIAS:
             break;
         default:
-            TRACE(s_channel, detail, kClass, "unhandled link attribute type %d %lx", type, payload.size());
+            TRACE_AT(s_channel, detail, kClass, "readLinkAttributes", __LINE__, "unhandled link attribute type %d %lx",
+                     type, payload.size());
         }
     });
     return link;
@@ -273,10 +274,10 @@ void ifwatch::addressMessage(bool isNew, Bytes body)
         if (!address) {
             return;
         }
-        TRACE(s_channel, milestone, kClass, "RTM_%sADDR: \"%s\" (%d) fam: %d, flags: %d, scope:%d %s/%d",
-              newOrDeleted(isNew), name.c_str(), static_cast<int>(header.ifa_index), header.ifa_family,
-              header.ifa_flags, header.ifa_scope, io_manager::addressText(header.ifa_family, payload.data()).c_str(),
-              header.ifa_prefixlen);
+        TRACE_AT(s_channel, milestone, kClass, "addressMessage", __LINE__,
+                 "RTM_%sADDR: \"%s\" (%d) fam: %d, flags: %d, scope:%d %s/%d", newOrDeleted(isNew), name.c_str(),
+                 static_cast<int>(header.ifa_index), header.ifa_family, header.ifa_flags, header.ifa_scope,
+                 io_manager::addressText(header.ifa_family, payload.data()).c_str(), header.ifa_prefixlen);
         if (isNotified(header.ifa_flags)) {
             IfEvent event;
             event.type = isNew ? IfEvent::addressAdded : IfEvent::addressRemoved;
@@ -317,7 +318,7 @@ void ifwatch::neighbourMessage(bool isNew, Bytes body)
         case NDA_PROBES:
             break;
         default:
-            TRACE(s_channel, progress, kClass, "unhandled attr %u", type);
+            TRACE_AT(s_channel, progress, kClass, "neighbourMessage", __LINE__, "unhandled attr %u", type);
         }
     });
     event.removed = isNew ? 0 : 1;

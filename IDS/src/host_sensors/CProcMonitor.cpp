@@ -94,16 +94,17 @@ void CProcMonitor::onCpuRamUsageCalculated(Processes processes)
     const auto count = std::min(m_busiest, processes.size());
     const auto end = processes.begin() + static_cast<std::ptrdiff_t>(count);
     std::partial_sort(processes.begin(), end, processes.end(), isBusier);
-    std::for_each(processes.begin(), end, [this](const auto& process) {
+    processes.erase(end, processes.end());
+    for (const auto& process : processes) {
         if (process == nullptr) {
-            return;
+            continue;
         }
         TRACE(s_hostSensorChannel, progress, kClass, "Process name: %s, ID: %d, CPU usage: %f", process->name.c_str(),
               static_cast<int>(process->id), process->cpuUsage);
         if (process->cpuUsage != 0.0 || process->ramUsage != 0) {
             m_pendingReports.push_back(process);
         }
-    });
+    }
     onCpuRamReportingTimerExpired();
 }
 

@@ -449,7 +449,7 @@ bool Client::sendErased(const char* member, const void* write, void (*call)(cons
 ServiceRegistration::ServiceRegistration(IServiceImplementation& implementation, const ServiceInfo& info,
                                          std::uint32_t instance, const FactoryPtr& factory)
     : m_activeObject{factory->getActiveObject({})},
-      m_endpoint{new (std::nothrow) ServiceEndpoint{implementation, info, instance}}
+      m_endpoint{std::make_shared<ServiceEndpoint>(implementation, info, instance)}
 {}
 
 ServiceRegistration& ServiceRegistration::operator=(ServiceRegistration&& other) noexcept
@@ -479,20 +479,22 @@ bool ServiceRegistration::registerService()
         ipl::ErrorStorage::set(EINVAL, "empty service registration");
         return true;
     }
-    const auto answer = std::make_shared<NameAnswer>();
+    constexpr auto kNoMemory = "a service waits for memory";
+    const auto answer =
+        ipl::insist({__FILE__, __LINE__, __func__}, kNoMemory, [] { return std::make_shared<NameAnswer>(); });
     const auto onAnswer = [answer](int error) {
         const std::lock_guard lock{answer->mutex};
         answer->came = true;
         answer->error = error;
         answer->changed.notify_one();
     };
-    const bool asked = runAndWait(m_activeObject, [this, &onAnswer] {
+    const auto* const operation = __func__;
+    const bool asked = runAndWait(m_activeObject, [this, operation, &onAnswer] {
         auto* const bus = m_activeObject.loop()->bus();
         if (bus == nullptr) {
             return onAnswer(ESHUTDOWN);
         }
-        ipl::insist({__FILE__, __LINE__, __func__}, "a service waits for memory",
-                    [&] { m_endpoint->open(*bus, onAnswer); });
+        ipl::insist({__FILE__, __LINE__, operation}, kNoMemory, [&] { m_endpoint->open(*bus, onAnswer); });
     });
     if (!asked) {
         ipl::ErrorStorage::set(ESHUTDOWN, "the active object has ended");

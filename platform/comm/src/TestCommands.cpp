@@ -40,10 +40,10 @@ TestCommands::~TestCommands()
 
 void TestCommands::run(const std::string& command) const
 {
-    runAndWait(m_factory->getActiveObject({}), [&command] {
+    runAndWait(m_factory->getActiveObject({}), [&command, operation = __func__] {
         if (!tracing::CallbackDispatcher::trigger(command)) {
-            TRACE(s_channel, warning, "comm::TestCommands", "no test command \"%s\"; there are: %s", command.c_str(),
-                  everyCommand().c_str());
+            TRACE_AT(s_channel, warning, "comm::TestCommands", operation, __LINE__,
+                     "no test command \"%s\"; there are: %s", command.c_str(), everyCommand().c_str());
         }
     });
 }

@@ -155,8 +155,9 @@ protected:
                                    serviceInfo<Description>().name.c_str());
             return true;
         }
-        m_registration = ServiceRegistration{*this, serviceInfo<Description>(), instance, factory};
-        if (!m_registration.valid()) {
+        try {
+            m_registration = ServiceRegistration{*this, serviceInfo<Description>(), instance, factory};
+        } catch (const std::bad_alloc&) {
             ipl::GlobalErrorHandler::doFatalError(__FILE__, __LINE__, __func__,
                                                   "can't create ServiceRegistration, OOM ");
         }

@@ -55,13 +55,14 @@ class ServiceRegistration
 {
 public:
     ServiceRegistration() = default;
+    /// Throws std::bad_alloc when its memory cannot be had.
     ServiceRegistration(IServiceImplementation& implementation, const ServiceInfo& info, std::uint32_t instance,
                         const FactoryPtr& factory);
     ~ServiceRegistration() { unregisterService(); }
     ServiceRegistration(ServiceRegistration&& other) noexcept = default;
     ServiceRegistration& operator=(ServiceRegistration&& other) noexcept;
 
-    /// False when it is empty or its memory could not be had.
+    /// False when it is empty.
     bool valid() const { return m_endpoint != nullptr; }
 
     /// Returns true on error: the name belongs to somebody else or the bus does not admit us (the reason is in
