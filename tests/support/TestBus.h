@@ -43,6 +43,7 @@ public:
 
     const std::string& directory() const { return m_directory; }
     pid_t pid() const { return m_daemon->pid(); }
+    std::string output() const { return m_daemon->output(); }
 
     void start()
     {
