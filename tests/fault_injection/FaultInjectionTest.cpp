@@ -5,7 +5,6 @@
 // More places, told apart by more of their callers, in a few minutes: SABOTEUR_DEPTH=10 fault_injection_test
 
 #include <array>
-#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -29,14 +28,13 @@
 #include "TestActiveObject.h"
 #include "TestBus.h"
 #include "TestCore.h"
-#include "asi/connectivity/ids/ViIdsmConnector.h"
+#include "V2xDomain.h"
 
 namespace {
 
 using namespace test_support;
 using fault_injection::SabotagePlan;
 
-constexpr std::uint16_t kRawEvent = 0xA002;
 constexpr std::uint16_t kCarEvent = 0xA001;
 constexpr std::uint16_t kDroppedPacket = 0x000C;
 
@@ -60,32 +58,6 @@ bool hasNetfilter()
     const int netfilter = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_NETFILTER);
     return netfilter >= 0 && close(netfilter) == 0;
 }
-
-/// The V2X domain, which connects again whenever the daemon has been away.
-class V2xDomain : asi::connectivity::ids::ViIdsmConnectorReply, comm::LifecycleListener
-{
-public:
-    void send()
-    {
-        if (!m_alive && m_proxy.connect()) {
-            ipl::ErrorStorage::ack();
-        }
-        m_activeObject.run(
-            [this] { m_proxy.call<&asi::connectivity::ids::ViIdsmConnector::sendEvent>(m_event, kEventSize); });
-    }
-
-private:
-    void alive(const comm::Lifecycle&) override { m_alive = true; }
-    void dead(const comm::Lifecycle&, const comm::DeathNotice&) override { m_alive = false; }
-
-    static constexpr std::uint32_t kEventSize = 16;
-
-    const UInt8Array m_event = std::make_shared<std::vector<std::uint8_t>>(std::initializer_list<std::uint8_t>{
-        0, 0, 0, kRawEvent >> 8, kRawEvent & 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    TestActiveObject m_activeObject;
-    std::atomic<bool> m_alive{false};
-    asi::connectivity::ids::ViIdsmConnectorProxy m_proxy{1, m_activeObject.factory(), *this, *this};
-};
 
 /// The plan in memory that the daemon maps, and what the saboteur has told.
 class Sabotage
@@ -202,7 +174,7 @@ struct FaultInjectionTest : testing::Test
     /// Whether an event of the V2X domain still gets through.
     bool reports()
     {
-        const auto before = core->count(kRawEvent);
+        const auto before = core->count(V2xDomain::kEventId);
         auto next = std::chrono::steady_clock::now();
         return eventually(
                    [&] {
@@ -210,7 +182,7 @@ struct FaultInjectionTest : testing::Test
                            v2x.send();
                            next = now + std::chrono::milliseconds{50};
                        }
-                       return core->count(kRawEvent) > before || daemon->ended();
+                       return core->count(V2xDomain::kEventId) > before || daemon->ended();
                    },
                    kPatience) &&
                !daemon->ended();

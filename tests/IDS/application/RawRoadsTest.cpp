@@ -1,3 +1,4 @@
+#include <fstream>
 #include <gmock/gmock.h>
 
 #include "CapturedLog.h"
@@ -5,6 +6,7 @@
 #include "Eventually.h"
 #include "TestBus.h"
 #include "TestCore.h"
+#include "V2xDomain.h"
 
 namespace {
 
@@ -14,6 +16,18 @@ using namespace test_support;
 const std::vector<std::string> kEvent{"28",   "0x13", "0x0C", "0x41", "0xA0", "0x01", "0x00", "0x01", "0x00", "0",
                                       "0",    "0",    "1",    "0",    "0",    "0",    "2",    "0x80", "0x00", "0x2B",
                                       "0x00", "0x00", "0x00", "0x07", "9",    "8",    "7",    "6",    "5"};
+
+/// The number behind the text in the file.
+std::uint64_t numberBehind(const std::string& text, const std::string& file)
+{
+    std::ifstream stream{file};
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(text)) {
+            return std::stoull(line.substr(text.size()));
+        }
+    }
+    throw std::runtime_error{"no " + text + " in " + file};
+}
 
 /// Both roads by which other domains reach the core, through the whole daemon, from the neighbours' own tools.
 TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWasKilled)
@@ -54,5 +68,32 @@ TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWa
         EXPECT_EQ(event.id, 0xA001);
     }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // their memory is not the daemon's
+TEST(RawRoadsTest, TheLargestMessagesOfTheBusFitIntoTheMemoryOfTheService)
+{
+    constexpr std::uint32_t kLargest = (32U << 20) - 4096;
+    const CapturedLog log;
+    const TestBus bus;
+    TestCore core;
+    V2xDomain v2x;
+    ChildProcess daemon{{IDS_PROC}, {"TRACING=*=2"}};
+    ASSERT_TRUE(eventually([&] { return core.connected(); }));
+    ASSERT_TRUE(eventually([&] { return v2x.send(), v2x.connected(); }));
+    for (unsigned sent = 0; sent < 5; ++sent) {
+        v2x.send(kLargest);
+    }
+    const auto large = [&] {
+        const auto events = core.events();
+        return std::count_if(events.begin(), events.end(),
+                             [](const auto& one) { return one.context.size() > kLargest / 2; });
+    };
+    EXPECT_TRUE(eventually([&] { return large() > 0; }));
+    v2x.send();
+    const auto mebibytes = numberBehind("VmHWM:", "/proc/" + std::to_string(daemon.pid()) + "/status") >> 10;
+    EXPECT_GT(mebibytes, kLargest >> 20);
+    EXPECT_LT(mebibytes, numberBehind("MemoryMax=", SERVICE_UNIT) / 2) << daemon.output();
+}
+#endif
 
 } // namespace
