@@ -277,6 +277,29 @@ int open(const char* path, int flags, ...)
     va_end(more);
     return fails(SabotagePlan::systemCalls, "open", {EMFILE}) ? -1 : call(path, flags, mode);
 }
+int open64(const char* path, int flags, ...)
+{
+    static auto* const call = real("open64", &open64);
+    va_list more;
+    va_start(more, flags);
+    const auto mode = va_arg(more, mode_t);
+    va_end(more);
+    return fails(SabotagePlan::systemCalls, "open64", {EMFILE}) ? -1 : call(path, flags, mode);
+}
+int openat64(int folder, const char* path, int flags, ...)
+{
+    static auto* const call = real("openat64", &openat64);
+    va_list more;
+    va_start(more, flags);
+    const auto mode = va_arg(more, mode_t);
+    va_end(more);
+    return fails(SabotagePlan::systemCalls, "openat64", {EMFILE}) ? -1 : call(folder, path, flags, mode);
+}
+FILE* fopen64(const char* path, const char* mode)
+{
+    static auto* const call = real("fopen64", &fopen64);
+    return fails(SabotagePlan::systemCalls, "fopen64", {EMFILE}) ? nullptr : call(path, mode);
+}
 DIR* opendir(const char* path)
 {
     static auto* const call = real("opendir", &opendir);
