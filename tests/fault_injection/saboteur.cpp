@@ -214,6 +214,18 @@ const sockaddr* moved(const sockaddr* address, socklen_t& length, sockaddr_un& s
         return fails(SabotagePlan::systemCalls, #name, {__VA_ARGS__}) ? result{-1} : call arguments;                   \
     }
 
+// The same for those that take a mode when they make a file.
+#define SABOTAGED_OPEN(name, parameters, arguments)                                                                    \
+    extern "C" int name parameters                                                                                     \
+    {                                                                                                                  \
+        static auto* const call = real(#name, &name);                                                                  \
+        va_list more;                                                                                                  \
+        va_start(more, flags);                                                                                         \
+        const auto mode = va_arg(more, mode_t);                                                                        \
+        va_end(more);                                                                                                  \
+        return fails(SabotagePlan::systemCalls, #name, {EMFILE}) ? -1 : call arguments;                                \
+    }
+
 extern "C" {
 
 void* malloc(std::size_t size)
@@ -268,33 +280,6 @@ ssize_t read(int descriptor, void* buffer, std::size_t size)
     static auto* const call = real("read", &read);
     return readFails("read", descriptor) ? -1 : call(descriptor, buffer, size);
 }
-int open(const char* path, int flags, ...)
-{
-    static auto* const call = real("open", &open);
-    va_list more;
-    va_start(more, flags);
-    const auto mode = va_arg(more, mode_t);
-    va_end(more);
-    return fails(SabotagePlan::systemCalls, "open", {EMFILE}) ? -1 : call(path, flags, mode);
-}
-int open64(const char* path, int flags, ...)
-{
-    static auto* const call = real("open64", &open64);
-    va_list more;
-    va_start(more, flags);
-    const auto mode = va_arg(more, mode_t);
-    va_end(more);
-    return fails(SabotagePlan::systemCalls, "open64", {EMFILE}) ? -1 : call(path, flags, mode);
-}
-int openat64(int folder, const char* path, int flags, ...)
-{
-    static auto* const call = real("openat64", &openat64);
-    va_list more;
-    va_start(more, flags);
-    const auto mode = va_arg(more, mode_t);
-    va_end(more);
-    return fails(SabotagePlan::systemCalls, "openat64", {EMFILE}) ? -1 : call(folder, path, flags, mode);
-}
 FILE* fopen64(const char* path, const char* mode)
 {
     static auto* const call = real("fopen64", &fopen64);
@@ -329,6 +314,9 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
 
 } // extern "C"
 
+SABOTAGED_OPEN(open, (const char* path, int flags, ...), (path, flags, mode))
+SABOTAGED_OPEN(open64, (const char* path, int flags, ...), (path, flags, mode))
+SABOTAGED_OPEN(openat64, (int folder, const char* path, int flags, ...), (folder, path, flags, mode))
 SABOTAGED(int, socket, (int domain, int type, int protocol), (domain, type, protocol), EMFILE, ENOBUFS)
 SABOTAGED(int, accept4, (int listening, sockaddr* peer, socklen_t* length, int flags), (listening, peer, length, flags),
           EMFILE, ECONNABORTED)
