@@ -17,18 +17,6 @@ const std::vector<std::string> kEvent{"28",   "0x13", "0x0C", "0x41", "0xA0", "0
                                       "0",    "0",    "1",    "0",    "0",    "0",    "2",    "0x80", "0x00", "0x2B",
                                       "0x00", "0x00", "0x00", "0x07", "9",    "8",    "7",    "6",    "5"};
 
-/// The number behind the text in the file.
-std::uint64_t numberBehind(const std::string& text, const std::string& file)
-{
-    std::ifstream stream{file};
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(text)) {
-            return std::stoull(line.substr(text.size()));
-        }
-    }
-    throw std::runtime_error{"no " + text + " in " + file};
-}
-
 /// Both roads by which other domains reach the core, through the whole daemon, from the neighbours' own tools.
 TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWasKilled)
 {
@@ -70,6 +58,19 @@ TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWa
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // their memory is not the daemon's
+
+/// The number behind the text in the file.
+std::uint64_t numberBehind(const std::string& text, const std::string& file)
+{
+    std::ifstream stream{file};
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(text)) {
+            return std::stoull(line.substr(text.size()));
+        }
+    }
+    throw std::runtime_error{"no " + text + " in " + file};
+}
+
 TEST(RawRoadsTest, TheLargestMessagesOfTheBusFitIntoTheMemoryOfTheService)
 {
     constexpr std::uint32_t kLargest = (32U << 20) - 4096;
