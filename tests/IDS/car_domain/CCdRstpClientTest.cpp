@@ -61,6 +61,7 @@ TEST(CCdRstpClientTest, EventsGoToEveryListenerAsTheyCameAndConnectionsToNobody)
     send({1, 0});
     ASSERT_TRUE(called(4));
     activeObject.run([&] { client.reset(); });
+    ::unlink(path.c_str());
     EXPECT_THAT(calls, ElementsAre(std::pair{2, Bytes{7, 8, 9}}, std::pair{1, Bytes{7, 8, 9}}, std::pair{2, Bytes{}},
                                    std::pair{1, Bytes{}}));
 }
