@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
-#include <new>
 #include <system_error>
 #include <systemd/sd-bus.h>
 #include <utility>

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <stdexcept>
 
 #include "CapturedLog.h"
 #include "ChildProcess.h"

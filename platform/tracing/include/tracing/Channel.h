@@ -127,7 +127,7 @@ void setThresholds(const char* text) noexcept;
 /// level is a name of tracing::Level, className the text put before the enclosing function's name, null for none.
 #define TRACE(channel, level, className, ...) TRACE_AT(channel, level, className, __func__, __LINE__, __VA_ARGS__)
 
-/// TRACE for a line that support tools look up by an operation name and a line number that stay what they are.
+/// TRACE with the operation's name, which a lambda does not know, and the line that support tools look it up by.
 #define TRACE_AT(channel, level, className, operation, line, ...)                                                      \
     do {                                                                                                               \
         if ((channel).passes(::tracing::Level::level)) {                                                               \
