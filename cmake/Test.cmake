@@ -1,16 +1,15 @@
-# ids_test(<name> SOURCES <file>... [LINKS <target>...] [SERIAL]): one test program, every test of it known to ctest.
-# SERIAL is for tests that use what there is once on a machine: nothing else runs meanwhile.
+# ids_test(<name> SOURCES <file>... [LINKS <target>...]): one test program, every test of it known to ctest.
 include(GoogleTest)
 
 function(ids_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SOURCES;LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE ${arg_LINKS} test_support GTest::gmock_main)
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} test_support test_main)
     set(seconds 120)
     if(CMAKE_CROSSCOMPILING)
         set(seconds 360) # in an emulator
     endif()
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${seconds} RUN_SERIAL ${arg_SERIAL})
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${seconds})
 endfunction()
 
 # not_emulated(<test>...): those that user-mode emulation cannot run, of a program in the same folder. The comment at the

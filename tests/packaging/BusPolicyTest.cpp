@@ -7,6 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "Accounts.h"
 #include "ChildProcess.h"
 #include "Eventually.h"
 #include "TestBus.h"
@@ -53,7 +54,7 @@ struct BusPolicyTest : testing::Test
 {
     BusPolicyTest()
     {
-        if (::geteuid() == 0) {
+        if (canChangeAccount()) {
             bus.emplace(rulesWith(policyFile));
         }
     }
@@ -86,7 +87,7 @@ struct BusPolicyTest : testing::Test
 TEST_F(BusPolicyTest, EveryNeighbourReachesItsOwnServiceAndEveryOtherCallLeavesALine)
 {
     if (!bus) {
-        GTEST_SKIP() << "only root can act as different users";
+        GTEST_SKIP() << kNoOtherAccounts;
     }
     ChildProcess daemon{as("idsproc", {IDS_PROC, "--test-commands"}), {"TRACING=CON_IDS_ASI=2,*=3"}};
     ASSERT_TRUE(daemon.waitForOutput("CIdsInformationAsiService registered service."));

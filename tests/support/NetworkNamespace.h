@@ -9,8 +9,7 @@
 namespace test_support {
 
 /// A network of its own, with only a loopback that is up, for the calling thread and the threads that it starts
-/// meanwhile. Destroying it leads the thread back; the network ends with its last socket. An ordinary user becomes root
-/// of a user namespace for it, which works only while the process has one thread and has no way back.
+/// meanwhile. Destroying it leads the thread back; the network ends with its last socket.
 class NetworkNamespace : iplbase::NonCopyable
 {
 public:
@@ -25,8 +24,6 @@ public:
     bool run(const std::string& command) const;
 
 private:
-    bool enter();
-
     int m_before = -1;
     std::string m_why;
 };
