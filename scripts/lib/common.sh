@@ -2,6 +2,7 @@
 # Sourced by the commands: what the system needs on Debian 12, and how it is built.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+PATH=$PATH:/usr/local/sbin:/usr/sbin:/sbin # the packet filter's tool, which a user's path does not reach
 
 # The compiler and the libraries, then what tests and demo start: a bus and its tools, a network, the packet filter.
 # shellcheck disable=SC2034
@@ -29,11 +30,18 @@ missing() {
     printf '%s\n' "$@" | grep -vxF -e "$installed" || true
 }
 
-# need <package>...: installs what is missing, or says how to.
+# wrong_use [<text>]: ends the command with its usage.
+wrong_use() {
+    (($# == 0)) || echo "${0##*/}: $*" >&2
+    usage >&2
+    exit 2
+}
+
+# need <package>...: installs what is missing, or names it.
 need() {
     local absent
     if ! command -v dpkg-query >/dev/null; then
-        echo "Not a Debian system; this must be there in some form: $*" >&2
+        echo "Not a Debian system; these packages are needed in some form: $*" >&2
         return
     fi
     mapfile -t absent < <(missing "$@")
@@ -46,7 +54,24 @@ need() {
     echo "Installing ${absent[*]}" >&2
     export DEBIAN_FRONTEND=noninteractive
     apt-get update -qq </dev/null
-    apt-get install -y -qq --no-install-recommends "${absent[@]}" </dev/null >/dev/null
+    apt-get install -y -qq --no-install-recommends -o APT::Status-Fd=3 "${absent[@]}" </dev/null 3>&1 >/dev/null |
+        show_progress
+}
+
+# Reads the package manager's status lines, "dlstatus:1:20.5:text" while it downloads and "pmstatus:package:40.1:text"
+# while it installs, and prints a line for each tenth.
+show_progress() {
+    local kind _package percent _text stage last=''
+    while IFS=: read -r kind _package percent _text; do
+        case $kind in
+        dlstatus) stage=downloaded ;;
+        pmstatus) stage=installed ;;
+        *) continue ;;
+        esac
+        stage="$((${percent%.*} / 10 * 10)) % $stage"
+        [[ $stage == "$last" ]] || echo "  $stage" >&2
+        last=$stage
+    done
 }
 
 # Debian's cross compiler, its libraries for the other processor, and the emulator for the tests.
@@ -73,16 +98,15 @@ emulate_arm64() {
 }
 
 # build <preset> [<target>...]: configures and builds the targets, or everything.
-build() {
-    local preset=$1
+build() (
+    preset=$1
     shift
-    cd "$root" || return
+    cd "$root"
     cmake --preset "$preset" --log-level=WARNING >/dev/null
-    if ninja -C "build/$preset" -n "$@" | grep -qF 'ninja: no work to do.'; then
-        return
-    fi
+    ninja -C "build/$preset" -n "$@" | grep -qF 'ninja: no work to do.' && exit
+    echo "Building in build/$preset" >&2
     "${launcher[@]}" cmake --build --preset "$preset" ${1+--target "$@"}
-}
+)
 
 # isolate <unshare option>...: starts the command again in namespaces of its own, when that is allowed. It finds
 # --isolated before the arguments that it was started with.
