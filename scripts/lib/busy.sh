@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Keeps a core busy for 60 ms of every 100 ms, under a name that tells: enough for the daemon to report the busiest
+# Keeps a core busy for 60 ms of every 100 ms, under a name of its own: enough for the daemon to report the busiest
 # processes, even on a system that has other work.
 
 set -euo pipefail

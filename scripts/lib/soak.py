@@ -72,7 +72,7 @@ class Soak:
         return Program(f"{PROGRAMS}/tools/ids-core-monitor/ids-core-monitor", "--json", take=self.output.take)
 
     def start_simulator(self):
-        return Program(f"{PROGRAMS}/tools/unit-simulator/unit-simulator", "--scenario", SCENARIO, "--do", "position",
+        return Program(f"{PROGRAMS}/tools/unit-simulator/unit-simulator", "--scenario", SCENARIO,
                        "--persistence-file", "/tmp/settings.db", "--verbose", take=self.take_step)
 
     def start_car_domain(self):

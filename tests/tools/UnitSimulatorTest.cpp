@@ -105,6 +105,31 @@ TEST_F(UnitSimulatorTest, ServicesKeepWhatTheyAreToldAndFailOnCommand)
     EXPECT_TRUE(eventually([&] { return !simulator.linesWith("unknown step \"jump\"").empty(); }));
 }
 
+TEST_F(UnitSimulatorTest, GnssTimeRunsFromTheMachinesClockUnlessSet)
+{
+    const auto position = [] {
+        std::istringstream answer{outputOf({"busctl", "--system", "get-property", "asi.navigation.gnss.Gnss.instance1",
+                                            "/asi/navigation/gnss/Gnss/1", "asi.navigation.gnss.Gnss", "Position"})};
+        std::string signature;
+        std::int64_t present = 0;
+        std::int64_t timestamp = 0;
+        std::int64_t utc = 0;
+        answer >> signature >> present >> timestamp >> utc;
+        return utc;
+    };
+    const auto now = [] { return std::chrono::system_clock::now().time_since_epoch() / 1ms; };
+    const auto begin = now();
+    SimulatedUnit simulator{UNIT_SIMULATOR};
+    const auto first = position();
+    EXPECT_TRUE(begin <= first && first <= now()) << first;
+    EXPECT_TRUE(eventually([&] { return position() > first; }));
+    simulator.type("position timestampUTC=1800000000000");
+    EXPECT_TRUE(eventually([&] { return position() > 1'800'000'000'000; }));
+    EXPECT_LT(position(), 1'800'000'000'000 + now() - begin);
+    simulator.type("position absent=true");
+    EXPECT_EQ(position(), 0);
+}
+
 TEST_F(UnitSimulatorTest, SettingsThatWereFlushedOutliveTheUnitAndOthersOnlyItsOrderlyEnd)
 {
     const auto call = [](const std::vector<std::string>& arguments) {

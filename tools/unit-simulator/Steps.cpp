@@ -26,19 +26,16 @@ util::SharedPtr<Record> recordUnlessAbsent(const Fields& fields, Record record)
     return fields.flag("absent") ? nullptr : std::make_shared<Record>(std::move(record));
 }
 
-std::uint64_t nowMilliseconds()
-{
-    return static_cast<std::uint64_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(system_clock::now().time_since_epoch()).count());
-}
-
 void publishPosition(Unit& unit, const Fields& fields)
 {
-    const auto utc = fields.isAbsent("timestampUTC") ? nowMilliseconds() : fields.number<std::uint64_t>("timestampUTC");
-    asi::navigation::gnss::Position position;
-    position.timestampUTC = utc;
-    unit.gnss.set<&asi::navigation::gnss::GnssReply::updatePosition>(recordUnlessAbsent(fields, position),
-                                                                     fields.flag("valid"));
+    const std::chrono::milliseconds utc{fields.isAbsent("timestampUTC") ? 0
+                                                                        : fields.number<std::int64_t>("timestampUTC")};
+    if (fields.flag("absent") || !fields.flag("valid")) {
+        const asi::navigation::gnss::Position position{.timestampUTC = static_cast<std::uint64_t>(utc.count())};
+        unit.gnss.publishOnly(recordUnlessAbsent(fields, position), fields.flag("valid"));
+        return;
+    }
+    unit.gnss.runFrom(fields.isAbsent("timestampUTC") ? system_clock::now() : system_clock::time_point{utc});
 }
 
 void publishClamps(Unit& unit, const Fields& fields)
@@ -227,8 +224,12 @@ std::vector<StepKind> attributeSteps()
     using OocReply = asi::ooc::app::IOocApplicationReply;
     return {
         {"position",
-         "a position of the navigation service, whose time stamps the events",
-         {{"timestampUTC", Kind::number, nullptr, "milliseconds since 1970; now when null"}, kIsAbsent, kIsValid},
+         "sets the time of the navigation service, which goes on from it every second and stamps the events; a "
+         "position "
+         "that is absent or not valid is the last one until a time is set",
+         {{"timestampUTC", Kind::number, nullptr, "milliseconds since 1970; the machine's time when null"},
+          kIsAbsent,
+          kIsValid},
          publishPosition},
         {"clamps",
          "the clamp states; Clamp15 0 is ignition off",

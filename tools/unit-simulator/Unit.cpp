@@ -4,8 +4,37 @@
 
 namespace unit_simulator {
 
+Gnss::Gnss(const comm::FactoryPtr& factory, common_::ISynchronizedTimerFactory& timers)
+    : ProvidedService{"gnss", factory}, m_timer{timers.createTimer(std::chrono::seconds{1}, [this](void*) {
+          publish();
+      })}
+{
+    publish();
+}
+
+void Gnss::runFrom(Clock::time_point utc)
+{
+    m_ahead = utc - Clock::now();
+    publish();
+}
+
+void Gnss::publishOnly(const Position& position, bool isValid)
+{
+    m_timer->stop();
+    set<&asi::navigation::gnss::GnssReply::updatePosition>(position, isValid);
+}
+
+void Gnss::publish()
+{
+    const auto utc = std::chrono::round<std::chrono::milliseconds>(Clock::now() + m_ahead).time_since_epoch();
+    const asi::navigation::gnss::Position position{.timestampUTC = static_cast<std::uint64_t>(utc.count())};
+    publishOnly(std::make_shared<asi::navigation::gnss::Position>(position), true);
+    m_timer->start();
+}
+
 Unit::Unit(const comm::FactoryPtr& factory, PersistenceStore& store, PersistenceService::Report report)
-    : gnss{"gnss", factory},
+    : m_timers{factory},
+      gnss{factory, m_timers},
       operationControl{"operation-control", factory},
       operationControlIds{"operation-control", factory},
       dtcs{"dtcs", factory},

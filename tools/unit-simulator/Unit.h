@@ -25,8 +25,31 @@
 #include "asi/someip/oru/services/idssecurityevent/v2/IDSSecurityEvent.h"
 #include "asi/time/TimeSync.h"
 #include "comm/ActiveObject.h"
+#include "conn_common/SynchronizedTimerFactory.h"
 
 namespace unit_simulator {
+
+/// The navigation service. Every second it publishes the machine's time, or what has become of the time that was set.
+class Gnss final : public ProvidedService<asi::navigation::gnss::GnssDescription>
+{
+public:
+    using Position = util::SharedPtr<asi::navigation::gnss::Position>;
+    using Clock = std::chrono::system_clock;
+
+    Gnss(const comm::FactoryPtr& factory, common_::ISynchronizedTimerFactory& timers);
+
+    /// Publishes the time and goes on from it.
+    void runFrom(Clock::time_point utc);
+
+    /// Publishes the position, and nothing more until a time is set.
+    void publishOnly(const Position& position, bool isValid);
+
+private:
+    void publish();
+
+    Clock::duration m_ahead{}; // of the machine's clock
+    const common_::ISynchronizedTimerFactory::TimerHandlePtr m_timer;
+};
 
 /// The diagnostics of the service-oriented middleware: answers those who want the events.
 class Diagnostics final : public ProvidedService<asi::servicediag::diagDescription>
@@ -75,6 +98,8 @@ private:
 /// Used on its active object; provideAll is called from elsewhere, since it waits for the bus.
 class Unit
 {
+    common_::SynchronizedTimerFactory m_timers; // of the services below
+
 public:
     /// report: takes a line for every use of the settings.
     Unit(const comm::FactoryPtr& factory, PersistenceStore& store, PersistenceService::Report report);
@@ -85,7 +110,7 @@ public:
     /// Everything that goes by one of kServices.
     std::vector<IProvidedService*> servicesNamed(const std::string& name);
 
-    ProvidedService<asi::navigation::gnss::GnssDescription> gnss;
+    Gnss gnss;
     ProvidedService<asi::ooc::app::IOocApplicationDescription> operationControl;
     ProvidedService<asi::ooc::app::IOocIdsDescription> operationControlIds;
     ProvidedService<asi::connectivity::diagnostic::DiagnosticDtcsDescription> dtcs;

@@ -42,7 +42,6 @@ TEST(WholeUnitTest, EveryServiceIsHeardAndHeardAgainAfterTheUnitWasKilled)
     for (const std::size_t life : {1U, 2U}) {
         unit.emplace(UNIT_SIMULATOR);
         ASSERT_TRUE(eventually([&] { return lines("ASI alive") == 12 * life; })) << daemon.output();
-        unit->type("position");
         unit->type("services names=[]");
         for (const auto& [step, id] : kSteps) {
             unit->type(step);
