@@ -163,17 +163,22 @@ TEST_F(CoreMonitorTest, CaptureFileOpensInTheNetworkAnalyserWithEveryFieldNamed)
 
     std::vector<std::string> tshark{"tshark",     "-Xlua_script:" DISSECTOR, "-r", file, "-T", "fields", "-E",
                                     "separator=|"};
-    for (const auto* const name : {"ids.id", "ids.eventId", "ids.timestamp", "ids.sourceAddress", "ids.sourcePort",
-                                   "ids.groupNumber", "ids.cut"})
+    for (const auto* const name :
+         {"_ws.col.Source", "_ws.col.Destination", "_ws.col.Info", "ids.id", "ids.eventId", "ids.timestamp",
+          "ids.sourceAddress", "ids.sourcePort", "ids.groupNumber", "ids.cut"})
     {
         tshark.insert(tshark.end(), {"-e", name});
     }
-    const std::string time1 = "Jan  1, 1970 00:00:01.000000005 UTC";
-    const std::string address = "fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd";
+    const std::string name = "0x000B Firewall_DropInvPortTCP";
+    const std::string time1 = "11|Jan  1, 1970 00:00:01.000000005 UTC|";
+    const std::string address = "fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd:fdfd|";
     EXPECT_THAT(outputOf(tshark),
-                testing::HasSubstr("0x000b|11|" + time1 + '|' + address + "|4711|0|\n" +                         //
-                                   "0x000b|11|" + time1 + '|' + address + "|4711||before destinationAddress\n" + //
-                                   "0xd703|11|" + time1 + "||||\n" + "0x000b||||||\n"));
+                testing::HasSubstr(address + "::|" + name + " sourcePort=4711 destinationPort=0 groupNumber=0|0x000b|" +
+                                   time1 + address + "4711|0|\n" + //
+                                   address + '|' + name + " sourcePort=4711|0x000b|" + time1 + address +
+                                   "4711||before destinationAddress\n" +                    //
+                                   "||0xD703 of another domain|0xd703|" + time1 + "|||\n" + //
+                                   "||" + name + "|0x000b||||||\n"));
 }
 
 } // namespace

@@ -73,13 +73,38 @@ local function add(tree, field, range)
     end
 end
 
-local function add_fields(tree, fields, block)
+-- For the columns of the packet list.
+local function printable(range)
+    return (text_of(range):gsub("[^ -~]", ".")) -- a terminal obeys control characters
+end
+local readers = {
+    integer = function(range) return tostring(range:uint()) end,
+    text = printable,
+    characters = printable,
+    address = function(range) return tostring(range:ipv6()) end,
+}
+local columns = {sourceAddress = "src", destinationAddress = "dst"}
+
+local function show(info, field, range)
+    local read = not field.name:find("^reserved") and readers[field.kind]
+    local value = read and read(range) or ""
+    if columns[field.name] then
+        info.cols[columns[field.name]] = value
+    elseif value ~= "" then
+        info.cols.info:append(" " .. field.name .. "=" .. value)
+    end
+end
+
+local function add_fields(tree, fields, block, info)
     for _, field in ipairs(fields) do
         if field.offset + field.width > block:len() then
             tree:add(f.cut, block, "before " .. field.name)
             return
         end
         add(tree, field, block(field.offset, field.width))
+        if info then
+            show(info, field, block(field.offset, field.width))
+        end
     end
 end
 
@@ -114,7 +139,7 @@ function ids.dissector(buffer, info, root)
         local block = buffer(rest)
         local context = tree:add(f.context, block)
         if event then
-            add_fields(context, event.fields, block)
+            add_fields(context, event.fields, block, info)
         end
     end
 end
