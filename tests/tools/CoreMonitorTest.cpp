@@ -36,6 +36,8 @@ protected:
     }
     void send(std::uint16_t id) { send(std::make_shared<SecEvent>(SecEvent{{}, {}, id, {}})); }
 
+    explicit CoreMonitorTest(const std::string& busRules = "") : bus{busRules} {}
+
     TestBus bus;
 
 private:
@@ -88,18 +90,33 @@ TEST_F(CoreMonitorTest, SurvivesTheRestartOfTheDaemonAndOfTheBus)
     ChildProcess monitor{{CORE_MONITOR, "--count", "2"}};
     ASSERT_TRUE(isConnected(1));
     unregisterInstance();
-    ASSERT_TRUE(monitor.waitForOutput("the daemon is gone, waiting for its return\n"));
+    ASSERT_TRUE(monitor.waitForOutput("the daemon disconnected, waiting for it\n"));
     ASSERT_TRUE(provide());
     ASSERT_TRUE(isConnected(2));
     send(0x000C);
     ASSERT_TRUE(monitor.waitForOutput("  0x000C  "));
     bus.kill();
-    ASSERT_TRUE(monitor.waitForOutput("the bus is gone, waiting for its return\n"));
+    ASSERT_TRUE(monitor.waitForOutput("the bus disconnected, waiting for it\n"));
     std::this_thread::sleep_for(std::chrono::milliseconds{700}); // several attempts in vain
     bus.start();
     ASSERT_TRUE(isConnected(3));
     send(0x000B);
     EXPECT_EQ(monitor.wait(), 0);
+}
+
+struct CoreMonitorWithoutAccessTest : CoreMonitorTest
+{
+    CoreMonitorWithoutAccessTest()
+        : CoreMonitorTest{R"(<deny send_interface="asi.connectivity.idscore.IdsSecurityEvents"/>)"}
+    {}
+};
+
+TEST_F(CoreMonitorWithoutAccessTest, ARefusalByTheBusNamesTheGroupThatIsMissing)
+{
+    ChildProcess monitor{{CORE_MONITOR}};
+    ASSERT_TRUE(monitor.waitForOutput("no daemon on the bus"));
+    ASSERT_TRUE(provide());
+    EXPECT_TRUE(monitor.waitForOutput("  usermod -aG idscore USER "));
 }
 
 TEST_F(CoreMonitorTest, ExitStatusTellsUsageErrorsFromAMissingDaemon)

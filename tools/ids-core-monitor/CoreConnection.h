@@ -15,15 +15,15 @@ public:
     virtual ~ICoreConnectionListener() = default;
     virtual void onConnected() = 0;
 
-    /// Once in each time without a connection.
-    virtual void onAway(std::string_view why) = 0;
+    /// Once while there is no connection, and once more when it turns out that the bus refuses it.
+    virtual void onDisconnected(std::string_view why) = 0;
 
     /// The payload may be null.
     virtual void onEvent(const util::SharedPtr<asi::connectivity::idscore::SecEvent>& payload, bool isValid) = 0;
 };
 
-/// The IDS core's end of the connection to the daemon. It waits for bus and daemon without an end, and comes back to
-/// them after each loss. Made, used, called back and destroyed on the active object.
+/// The IDS core's end of the connection to the daemon. It waits for bus and daemon without a time limit and reconnects
+/// after each loss. Made, used, called back and destroyed on the active object.
 class CoreConnection final : private asi::connectivity::idscore::IdsSecurityEventsReply, private comm::LifecycleListener
 {
 public:
@@ -38,13 +38,13 @@ private:
     void dead(const comm::Lifecycle& lifecycle, const comm::DeathNotice& notice) override;
 
     void onTimer();
-    void tellAway(std::string_view why);
+    void reportDisconnected(std::string_view why);
 
     ICoreConnectionListener& m_listener;
     bool m_atRest = true;
-    bool m_toldAway = false;
+    std::string_view m_reported; // empty while connected, and until a report
     const common_::ISynchronizedTimerFactory::TimerHandlePtr m_timer;
-    asi::connectivity::idscore::IdsSecurityEventsProxy m_proxy; // goes first: it knows us as its listener
+    asi::connectivity::idscore::IdsSecurityEventsProxy m_proxy; // destroyed first: it refers to us
 };
 
 } // namespace core_monitor

@@ -29,7 +29,7 @@ void Monitor::onConnected()
     say("connected to the daemon");
 }
 
-void Monitor::onAway(std::string_view why)
+void Monitor::onDisconnected(std::string_view why)
 {
     m_tally.setConnected(false);
     say(why);

@@ -12,20 +12,20 @@
 
 namespace core_monitor {
 
-/// Shows and counts what the connection brings, and tells on standard error how the connection fares. On the active
-/// object, which a reader of ours that does not read holds up: then events wait on the bus and are lost when these
-/// become too many for it.
+/// Shows and counts the events of the connection, and reports on standard error when it is made or lost. Runs on the
+/// active object, which waits for a slow reader of the output: events then wait on the bus, which drops those beyond
+/// its limit.
 class Monitor final : public ICoreConnectionListener
 {
 public:
     using Format = std::function<std::string(const ReceivedEvent&)>;
 
-    /// capture: where the events that are shown go as well; may be null.
+    /// capture: also receives the events that are shown; may be null.
     Monitor(const Options& options, Format format, const LineOutput& output, PcapngFile* capture, Tally& tally,
             Ending& ending);
 
     void onConnected() override;
-    void onAway(std::string_view why) override;
+    void onDisconnected(std::string_view why) override;
     void onEvent(const util::SharedPtr<asi::connectivity::idscore::SecEvent>& payload, bool isValid) override;
 
 private:
