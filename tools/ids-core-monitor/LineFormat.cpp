@@ -1,24 +1,22 @@
 #include "LineFormat.h"
 
 #include <algorithm>
-#include <cstddef>
 
+#include "ShortForm.h"
 #include "event_text.h"
 
 namespace core_monitor {
 namespace {
 
-using ids::EFieldKind;
-using ids::event_decoder::DecodedField;
-
-constexpr std::size_t kTimeWidth = 24;
+constexpr std::size_t kTimeWidth = 12;
+constexpr std::size_t kDayWidth = 10;
 constexpr std::size_t kIdWidth = 6;
-constexpr std::size_t kNameWidth = 36;
+constexpr std::size_t kNameWidth = 12;
 
 constexpr char kDim[] = "\033[2m";
 constexpr char kBold[] = "\033[1m";
 constexpr char kRed[] = "\033[31m";
-constexpr char kGap[] = "  ";
+const std::string kGap = "  ";
 
 std::string padded(std::string text, std::size_t width)
 {
@@ -26,58 +24,17 @@ std::string padded(std::string text, std::size_t width)
     return text;
 }
 
-std::string timeColumn(const ReceivedEvent& event)
+std::string idOf(const ReceivedEvent& event)
 {
-    if (!event.timestamp) {
-        return "-";
-    }
-    return *event.timestamp == ids::STimestamp{} ? "no time yet" : utcText(*event.timestamp, 3);
+    return event.payload ? idText(event.payload->eventId) : "-";
 }
 
-bool saysSomething(const DecodedField& field)
+std::string allFields(const ReceivedEvent& event)
 {
-    const auto bytes = field.bytes();
-    switch (field.layout().kind) {
-    case EFieldKind::constant:
-        return false;
-    case EFieldKind::text:
-    case EFieldKind::characters:
-        return !field.text().empty();
-    case EFieldKind::bytes:
-        return std::ranges::any_of(bytes, [](std::uint8_t byte) { return byte != 0; });
-    default:
-        return !field.isCut() && !field.layout().name.starts_with("reserved");
-    }
-}
-
-std::string valueText(const DecodedField& field)
-{
-    switch (field.layout().kind) {
-    case EFieldKind::integer:
-    case EFieldKind::constant:
-        return std::to_string(field.integer());
-    case EFieldKind::text:
-    case EFieldKind::characters:
-        return quotedText(field.text());
-    case EFieldKind::bytes:
-        return hexText(field.bytes());
-    case EFieldKind::address:
-        return addressText(field.bytes());
-    case EFieldKind::time:
-        return utcText(field.time(), 3);
-    }
-    return {};
-}
-
-std::string fieldsText(const ReceivedEvent& event)
-{
-    if (event.context.fields.empty()) {
-        return event.contextBytes.empty() ? "" : " " + std::to_string(event.contextBytes.size()) + " bytes";
-    }
     std::string text;
     for (const auto& field : event.context.fields) {
-        if (saysSomething(field)) {
-            text += " " + std::string{field.layout().name} + "=" + valueText(field);
+        if (!field.isCut()) {
+            text += (text.empty() ? "" : " ") + std::string{field.layout().name} + "=" + valueText(field);
         }
     }
     return text;
@@ -90,25 +47,53 @@ std::string LineFormat::painted(const char* colour, const std::string& text) con
     return m_style.colour ? colour + text + "\033[0m" : text;
 }
 
-std::string LineFormat::operator()(const ReceivedEvent& event) const
+std::string LineFormat::operator()(const ReceivedEvent& event)
 {
-    const auto id = event.payload ? idText(event.payload->eventId) : "-";
-    std::string line = painted(kDim, padded(timeColumn(event), kTimeWidth)) + kGap +
-                       painted(kBold, padded(id, kIdWidth)) + kGap +
-                       painted(kBold, padded(std::string{event.name()}, kNameWidth)) + kGap +
-                       (event.isRaw ? "raw" : "   ") + fieldsText(event);
-    if (const auto note = event.note(); !note.empty()) {
-        line += kGap + painted(kRed, "[" + note + "]");
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    line += '\n';
+    auto text = m_style.isLong ? longText(event) : shortText(event);
     if (m_style.hex) {
-        line += std::string(kTimeWidth, ' ') + kGap +
-                painted(kDim, "frame " + hexText(event.frameBytes) + kGap + "timestamp " +
-                                  hexText(event.timestampBytes) + kGap + "context " + hexText(event.contextBytes)) +
-                '\n';
+        text += painted(kDim, indentedLines(m_width, "frame " + hexText(event.frameBytes) + " timestamp " +
+                                                         hexText(event.timestampBytes) + " context " +
+                                                         hexText(event.contextBytes)));
     }
-    return line;
+    return text;
+}
+
+std::string LineFormat::shortText(const ReceivedEvent& event)
+{
+    auto [name, colour, detail] = shortForm(event);
+    auto time = timeText(event.timestamp, 3);
+    std::string dayLine;
+    if (time.size() > kTimeWidth) {
+        const auto day = time.substr(0, kDayWidth);
+        time = time.substr(kDayWidth + 1, kTimeWidth);
+        if (day != m_day && event.isRaw) {
+            detail.insert(0, day + " ");
+        } else if (day != m_day) {
+            m_day = day;
+            dayLine = painted(kBold, day + " UTC") + '\n';
+        }
+    }
+    const auto room = m_width - kTimeWidth - kIdWidth - kNameWidth - 3 * kGap.size();
+    const auto note = event.notes.empty() ? "" : cutTo(room, "[" + event.note() + "]");
+    const auto taken = note.empty() ? 0 : std::min(room, note.size() + kGap.size());
+    detail = cutTo(room - taken, detail);
+    const auto gap = detail.empty() || note.empty() ? "" : kGap;
+    auto line = painted(kDim, padded(time, kTimeWidth)) + kGap +
+                painted(colour, padded(idOf(event), kIdWidth) + kGap + padded(std::string{name}, kNameWidth)) + kGap +
+                detail + gap + (note.empty() ? note : painted(kRed, note));
+    line.erase(line.find_last_not_of(' ') + 1);
+    return dayLine + line + '\n';
+}
+
+std::string LineFormat::longText(const ReceivedEvent& event) const
+{
+    auto text = painted(kDim, timeText(event.timestamp, 3)) + kGap +
+                painted(kBold, idOf(event) + kGap + std::string{event.name()}) + '\n';
+    if (event.isRaw) {
+        text += indentedLines(m_width, shortForm(event).detail);
+    }
+    text += indentedLines(m_width, allFields(event));
+    return event.notes.empty() ? text : text + painted(kRed, indentedLines(m_width, "[" + event.note() + "]"));
 }
 
 } // namespace core_monitor

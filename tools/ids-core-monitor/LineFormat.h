@@ -1,30 +1,44 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "ReceivedEvent.h"
 
 namespace core_monitor {
 
-/// Writes an event as a line for people: time, ID, name, the fields that say something, and what is odd.
+/// Writes an event for people, in printable ASCII: as one line with time of day, ID, short name, the values that matter
+/// and what is odd; or with all fields, indented. A change of the day gets a line of its own when the daemon framed the
+/// event; another domain's clock shows in the event's line.
 class LineFormat
 {
 public:
     struct Style
     {
         bool colour = false; ///< for a terminal
-        bool hex = false;    ///< adds a line with all bytes
+        bool hex = false;    ///< adds all bytes, indented
+        bool isLong = false; ///< all fields
     };
+
+    static constexpr std::size_t kUsualWidth = 100;
+    static constexpr std::size_t kLeastWidth = 60;
 
     explicit LineFormat(Style style) : m_style{style} {}
 
-    /// With the line's end.
-    std::string operator()(const ReceivedEvent& event) const;
+    /// At least kLeastWidth.
+    void setWidth(std::size_t width) { m_width = width; }
+
+    /// With the lines' ends.
+    std::string operator()(const ReceivedEvent& event);
 
 private:
+    std::string shortText(const ReceivedEvent& event);
+    std::string longText(const ReceivedEvent& event) const;
     std::string painted(const char* colour, const std::string& text) const;
 
     const Style m_style;
+    std::size_t m_width = kUsualWidth;
+    std::string m_day; // of the daemon's last event with a time
 };
 
 } // namespace core_monitor

@@ -13,11 +13,11 @@ struct Options
 {
     bool json = false;
     bool hex = false;
+    bool isLong = false;                             ///< all fields of an event
     std::optional<std::uint64_t> count;              ///< events to show
     std::optional<std::chrono::milliseconds> period; ///< to run
     std::optional<std::chrono::milliseconds> wait;   ///< for the first connection
     std::string pcapng;                              ///< file to write the events to as well, none when empty
-    bool legend = false;                             ///< say at the end who reported what was shown
     std::set<std::uint16_t> only;                    ///< event IDs to show, all when empty
 };
 

@@ -8,6 +8,7 @@ namespace core_monitor {
 namespace {
 
 constexpr std::uint16_t kDaemonsIdsmInstance = 49;
+constexpr std::string_view kSomeIp = "SOME/IP";
 constexpr std::uint32_t kNanosecondsPerSecond = 1'000'000'000;
 
 std::span<const std::uint8_t> bytesOf(const UInt8Array& array)
@@ -37,16 +38,16 @@ std::vector<std::string> notesOn(const ReceivedEvent& event)
 {
     std::vector<std::string> notes;
     const auto* const layout = event.context.event;
-    if (layout == nullptr) {
+    if (layout == nullptr && event.origin() != kSomeIp) {
         notes.emplace_back("unknown ID");
-    } else if (event.contextBytes.size() != layout->contextDataSize) {
+    } else if (layout != nullptr && event.contextBytes.size() != layout->contextDataSize) {
         notes.push_back(sizeNote("context data", event.contextBytes.size(), layout->contextDataSize));
     }
     if (event.frameBytes.size() != ids::kFrameHeaderSize) {
         notes.push_back(sizeNote("frame", event.frameBytes.size(), ids::kFrameHeaderSize));
     }
     if (event.frame && event.frame->eventId != event.payload->eventId) {
-        notes.push_back("the frame says " + idText(event.frame->eventId));
+        notes.push_back("frame ID " + idText(event.frame->eventId));
     }
     if (event.timestampBytes.size() != ids::kTimestampSize) {
         notes.push_back(sizeNote("timestamp", event.timestampBytes.size(), ids::kTimestampSize));
@@ -86,6 +87,19 @@ std::string_view ReceivedEvent::name() const
         return "unknown";
     }
     return context.event->name.empty() ? "-" : context.event->name;
+}
+
+std::string_view ReceivedEvent::origin() const
+{
+    if (!payload) {
+        return "-";
+    }
+    if (!isRaw) {
+        return context.event->producer.substr(0, context.event->producer.find(':'));
+    }
+    const bool isIdOfFrame = frame && frame->eventId == payload->eventId &&
+                             frameBytes.size() == ids::kFrameHeaderSize && timestampBytes.size() == ids::kTimestampSize;
+    return payload->eventId == 0 && !isIdOfFrame ? kSomeIp : "other domain";
 }
 
 std::string ReceivedEvent::note() const

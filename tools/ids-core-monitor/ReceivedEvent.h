@@ -12,14 +12,18 @@
 
 namespace core_monitor {
 
-/// An event as it arrived, what its bytes say and what is odd about them. Any payload will do, none too. The blocks lie
-/// in the payload, which stays as it is.
+/// An event as it arrived, its decoded bytes and notes on what is odd about them. Any payload is accepted, also null.
+/// The blocks point into the payload, which is not changed.
 struct ReceivedEvent
 {
     ReceivedEvent(util::SharedPtr<asi::connectivity::idscore::SecEvent> received, bool isValid);
 
     /// Of the record type; "-" when there is none, or "unknown" when the ID is not known either.
     std::string_view name() const;
+
+    /// The class that reported it, or the domain as far as the bytes show it. SOME/IP events carry the ID 0 beside a
+    /// frame of their own; the ID of all others is that of their frame, and their blocks have 8 bytes each.
+    std::string_view origin() const;
 
     /// All notes in one line, empty when there is nothing odd.
     std::string note() const;

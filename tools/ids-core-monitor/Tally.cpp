@@ -1,16 +1,34 @@
 #include "Tally.h"
 
-#include "event_catalogue.h"
+#include <array>
+#include <cstdio>
+
 #include "event_text.h"
 
 namespace core_monitor {
+namespace {
+
+std::string rowText(const std::string& id, std::string_view name, const std::string& count, const std::string& time,
+                    std::string_view origin)
+{
+    std::array<char, 128> text;
+    std::snprintf(text.data(), text.size(), "\n%-6s  %-36.*s  %8s  %-20s  %.*s", id.c_str(),
+                  static_cast<int>(name.size()), name.data(), count.c_str(), time.c_str(),
+                  static_cast<int>(origin.size()), origin.data());
+    return text.data();
+}
+
+} // namespace
 
 void Tally::addShown(const ReceivedEvent& event)
 {
     const std::lock_guard lock{m_mutex};
     ++m_shown;
     m_raw += event.isRaw ? 1 : 0;
-    ++m_shownById[event.payload ? std::optional{event.payload->eventId} : std::nullopt];
+    auto& row = m_rows[{event.payload ? idText(event.payload->eventId) : "-", event.origin()}];
+    row.name = event.name();
+    row.lastTime = timeText(event.timestamp, 0);
+    ++row.count;
 }
 
 void Tally::addHidden()
@@ -38,37 +56,11 @@ std::string Tally::summary() const
     std::string text = m_connected ? "connected" : "not connected";
     text += "; connections " + std::to_string(m_connections) + ", events " + std::to_string(m_shown) + ", raw " +
             std::to_string(m_raw) + ", not shown " + std::to_string(m_hidden);
-    const char* separator = "; ";
-    for (const auto& [id, count] : m_shownById) {
-        text += separator;
-        separator = ", ";
-        if (!id) {
-            text += "without payload";
-        } else {
-            text += idText(*id);
-            if (const auto* const event = ids::event_catalogue::findEvent(*id); event && !event->name.empty()) {
-                text += " " + std::string{event->name};
-            }
-        }
-        text += " " + std::to_string(count);
+    if (!m_rows.empty()) {
+        text += rowText("ID", "event", "count", "last seen", "reported by");
     }
-    return text;
-}
-
-std::string Tally::legend() const
-{
-    const std::lock_guard lock{m_mutex};
-    std::string text;
-    for (const auto& [id, count] : m_shownById) {
-        if (!id) {
-            continue;
-        }
-        const auto* const event = ids::event_catalogue::findEvent(*id);
-        const bool isOurs = event != nullptr && !event->name.empty();
-        text += idText(*id) + "  " +
-                (isOurs ? std::string{event->name} + "  " + std::string{event->producer}
-                        : std::string{"-  another domain, passed on as it came"}) +
-                "\n";
+    for (const auto& [key, row] : m_rows) {
+        text += rowText(key.first, row.name, std::to_string(row.count), row.lastTime, key.second);
     }
     return text;
 }

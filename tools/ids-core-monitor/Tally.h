@@ -3,14 +3,15 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "ReceivedEvent.h"
 
 namespace core_monitor {
 
-/// What there was since the start, for the summary. Any thread.
+/// Counts what was shown since the start, for the summary. Any thread.
 class Tally
 {
 public:
@@ -20,15 +21,19 @@ public:
 
     bool wasConnected() const;
 
-    /// One line without its end.
+    /// A line of totals and a table of what was shown, with a row for each ID and origin. Without the last line's end.
     std::string summary() const;
 
-    /// A line for each ID shown: who reports it. Empty when there was nothing.
-    std::string legend() const;
-
 private:
+    struct Row
+    {
+        std::string_view name;
+        std::uint64_t count = 0;
+        std::string lastTime;
+    };
+
     mutable std::mutex m_mutex;
-    std::map<std::optional<std::uint16_t>, std::uint64_t> m_shownById; // without an ID: those without payload
+    std::map<std::pair<std::string, std::string_view>, Row> m_rows; // by ID, "-" without a payload, and origin
     std::uint64_t m_shown = 0;
     std::uint64_t m_raw = 0;
     std::uint64_t m_hidden = 0;

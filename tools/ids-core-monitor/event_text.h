@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "STimestamp.h"
+#include "event_decoder.h"
 
 /// How values of events are written for people and programs. Every result is one line of printable ASCII, whatever the
 /// bytes are.
@@ -23,7 +26,24 @@ std::string addressText(std::span<const std::uint8_t> bytes);
 /// shown as the last one of it.
 std::string utcText(const ids::STimestamp& time, int digits);
 
-/// In quotation marks, as JSON writes it: control characters and all but ASCII escaped, what is not UTF-8 replaced.
-std::string quotedText(const std::string& text);
+/// utcText; "no time" for a time stamp of zero, "-" for none.
+std::string timeText(const std::optional<ids::STimestamp>& time, int digits);
+
+/// Texts are in quotation marks, as JSON writes them: control characters and all but ASCII escaped, what is not UTF-8
+/// replaced.
+std::string valueText(const ids::event_decoder::DecodedField& field);
+
+/// valueText, but a text of one plain word is without its quotation marks. No value can thus pass for another.
+std::string bareText(const ids::event_decoder::DecodedField& field);
+
+/// What valueText and bareText make of an empty text.
+inline constexpr std::string_view kNoText = "\"\"";
+
+/// At most width characters; dots at the end stand for what is missing.
+std::string cutTo(std::size_t width, const std::string& text);
+
+/// Lines of at most width characters, each indented by 4. The text is parted at blanks, and within a word that is
+/// longer than a line.
+std::string indentedLines(std::size_t width, std::string_view text);
 
 } // namespace core_monitor

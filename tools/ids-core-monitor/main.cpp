@@ -2,7 +2,6 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
@@ -10,6 +9,7 @@
 #include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -42,13 +42,25 @@ void fillStandardStreams()
     close(descriptor);
 }
 
+// Of the terminal, which may be resized at any time.
+std::size_t outputWidth()
+{
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return isKnown ? std::max<std::size_t>(size.ws_col, LineFormat::kLeastWidth) : LineFormat::kUsualWidth;
+}
+
 Monitor::Format formatFor(const Options& options)
 {
     if (options.json) {
         return JsonFormat{{.fieldBytes = options.hex}};
     }
     const bool colour = isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr;
-    return LineFormat{{.colour = colour, .hex = options.hex}};
+    return [format = LineFormat{{.colour = colour, .hex = options.hex, .isLong = options.isLong}}](
+               const ReceivedEvent& event) mutable {
+        format.setWidth(outputWidth());
+        return format(event);
+    };
 }
 
 void handleSignal(int signals, const Tally& tally, Ending& ending)
@@ -119,7 +131,7 @@ int run(const Options& options, int signals)
         connection->begin();
     });
     if (!begun) {
-        throw std::runtime_error{"cannot begin, see above"};
+        throw std::runtime_error{"cannot start, see above"};
     }
     watch(options, signals, tally, ending);
     comm::runAndWait(activeObject, [&] {
@@ -131,12 +143,9 @@ int run(const Options& options, int signals)
         return 0;
     }
     if (ending.reason() == Ending::Reason::noDaemon) {
-        say("no daemon in time");
+        say("no connection to the daemon in time");
     }
     say(tally.summary());
-    if (options.legend) {
-        std::fputs(tally.legend().c_str(), stderr);
-    }
     return ending.reason() == Ending::Reason::noDaemon || ending.reason() == Ending::Reason::outputFailed ? 1 : 0;
 }
 

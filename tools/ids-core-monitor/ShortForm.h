@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "ReceivedEvent.h"
+
+namespace core_monitor {
+
+/// What one line shows of an event besides time, ID and notes. Printable ASCII, whatever the bytes are.
+struct ShortForm
+{
+    std::string_view name; ///< at most 12 characters
+    const char* colour;    ///< escape sequence of the kind of event
+    std::string detail;
+};
+
+ShortForm shortForm(const ReceivedEvent& event);
+
+} // namespace core_monitor
