@@ -1,6 +1,6 @@
-"""Keeps the books of a soak: what went into the daemon, what the cores got of it, and what became of the rest.
+"""Does the bookkeeping of a soak: what went into the daemon, what the cores got of it, and what became of the rest.
 
-Three independent sources are held against each other: what the neighbours have sent, what the daemon's log says, and
+Three independent sources are held against each other: what the peers have sent, what the daemon's log says, and
 what the cores have printed. A span is the time from one connection of a core to the next one; it is cut when the soak
 kills the core or the bus in it, and then ends, as far as the rules go, with the kill.
 
@@ -14,7 +14,7 @@ Car, V2X     Each life of the car domain, and each stretch of the V2X domain bet
              could say. V2X events are typed only while simulator and bus live; those that a kill catches on the way to
              the daemon are lost by rule.
 Packets      Each packet sent is counted once in a 0x9711 event. The counts that cores have printed are summed up; the
-             log tells the count of each period, and a period whose event was refused or lost by rule is lost by rule.
+             log has the count of each period, and a period whose event was refused or lost by rule is lost by rule.
 
 What is sent, less what the cores got, less what is lost by rule, is lost otherwise. That must be nothing, and not
 less than nothing either. No clock takes part in this.
@@ -135,7 +135,7 @@ class Ledger:
     def disagreements(self):
         """Where a core has not printed what was handed to it, in its order."""
         if len(self.log.spans) != len(self.core.spans):
-            yield f"the daemon tells of {len(self.log.spans) - 1} connections, the cores of {len(self.core.spans) - 1}"
+            yield f"the daemon logs {len(self.log.spans) - 1} connections, the cores log {len(self.core.spans) - 1}"
         for number, (span, printed) in enumerate(self.spans):
             pairs = enumerate(zip(span.handed, printed))
             if first := next((f"{at}: {one} handed, {two} printed" for at, (one, two) in pairs if one != two), None):
