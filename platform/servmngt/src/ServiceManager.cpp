@@ -106,7 +106,7 @@ private:
             self.m_application.requestPersistenceFlush();
             return 0;
         }
-        sd_event_exit(self.m_event, 0); // first: whatever becomes of the goodbye, this is the end
+        sd_event_exit(self.m_event, 0); // first, so that the loop ends even if the application fails to stop
         return comm::guarded([&self] {
             self.m_application.stopApplication();
             return 0;
@@ -134,14 +134,14 @@ void init(int argc, char** argv)
 {
     if (has(argc, argv, "--help")) {
         std::printf(
-            "usage: %s [--test-commands]\n\n"
-            "  --test-commands  offer the test commands on the bus to root and the own user,\n"
-            "                   and to whoever reaches the DLT daemon\n"
+            "usage: idsProc [--test-commands] [--help] [--version]\n\n"
+            "  --test-commands  offer test commands on the bus to root and the daemon's own user,\n"
+            "                   and to the viewers of the DLT daemon\n"
+            "  --help           print this text and exit\n"
             "  --version        print the version and exit\n\n"
             "Environment: DBUS_SYSTEM_BUS_ADDRESS (the bus), TRACING (thresholds, such as CON_IDS_IDSM=0,*=1),\n"
             "DLT_PIPE_DIR (where the DLT daemon listens).\n"
-            "Signals: SIGTERM and SIGINT stop, SIGUSR1 asks for a persistence flush.\n",
-            argv[0]);
+            "Signals: SIGTERM and SIGINT stop, SIGUSR1 requests a persistence flush.\n");
         std::exit(0);
     }
     if (has(argc, argv, "--version")) {
