@@ -90,7 +90,7 @@ struct AsiClientSkeletonTest : testing::Test
     const CapturedLog log;
     ManualAlarms alarms;
     std::unique_ptr<TestBus> bus;
-    const TestActiveObject activeObject;
+    const TestActiveObject activeObject{};
     std::unique_ptr<Client> client;
 };
 

@@ -39,7 +39,7 @@ struct SynchronizedTimer : testing::Test
     }
 
     const test_support::CapturedLog log;
-    const test_support::TestActiveObject ao;
+    const test_support::TestActiveObject ao{};
     std::unique_ptr<SynchronizedTimerFactory> timers = std::make_unique<SynchronizedTimerFactory>(ao.factory());
     SynchronizedTimerFactory::TimerHandlePtr timer;
     std::atomic<int> expiries{0};

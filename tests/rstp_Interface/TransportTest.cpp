@@ -109,7 +109,7 @@ struct TransportTest : testing::Test
     const CapturedLog log;
     const IplLogger logger{s_rstpChannel};
     const std::string path = testing::TempDir() + "rstp-" + std::to_string(::getpid());
-    const TestActiveObject activeObject;
+    const TestActiveObject activeObject{};
     Incoming incoming;
     std::unique_ptr<Handler> handler;
 };
