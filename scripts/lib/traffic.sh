@@ -18,7 +18,7 @@ send_tcp() {
 }
 
 if ! make_network; then
-    echo "The packet filter is not to be had here, so nothing will be dropped." >&2
+    echo "demo: the packet filter is not available here, so nothing will be dropped" >&2
     exit 1
 fi
 while true; do
