@@ -1,6 +1,6 @@
-#include <algorithm>
 #include <atomic>
-#include <mutex>
+#include <cstdint>
+#include <utility>
 
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "ipl/ErrorStorage.h"
@@ -14,56 +14,66 @@ tracing::Channel s_channel{"CON_COMMON_TIMER", 7, 2};
 
 constexpr const char* kClass = "TIMERS";
 constexpr const char* kSource = "conn_common/src/SynchronizedTimer";
-constexpr const char* kNoMemory = "Could not allocate memory";
 
 } // namespace
 
-/// One platform timer. Lives on the active object; execute is the timer thread's, under the factory's mutex.
-class SynchronizedTimerFactory::SynchronizedTimerHandle final : public TimerHandle
+/// One platform timer, which may have been refused. Lives on the active object; onTimerExpired is the timer thread's,
+/// and has ended when the group has stopped or removed the timer. So the generation, which tells apart what was posted
+/// before a stop from what follows, needs no lock.
+class SynchronizedTimerFactory::SynchronizedTimerHandle final : public TimerHandle, private util::TimerCallbackBase
 {
 public:
-    SynchronizedTimerHandle(SynchronizedTimerFactory& factory, std::uint64_t id, TimerCallback&& callback)
-        : m_factory{factory}, m_id{id}, m_expired{factory.m_factory, std::move(callback)}
+    SynchronizedTimerHandle(SynchronizedTimerFactory& factory, std::chrono::milliseconds interval,
+                            TimerCallback&& callback)
+        : m_group{factory.m_timerGroup},
+          m_expired{this, &SynchronizedTimerHandle::deliver, factory.m_factory},
+          m_id{m_group.addTimer(interval, false, *this, false)},
+          m_callback{std::move(callback)}
     {
-        TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
-        const std::lock_guard lock{m_factory.m_mutex};
-        m_factory.m_timers.emplace_back(m_id, this);
+        if (valid()) {
+            TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
+        }
     }
 
     ~SynchronizedTimerHandle() override
     {
-        TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
-        group().removeTimer(m_id);
-        const std::lock_guard lock{m_factory.m_mutex};
-        std::erase_if(m_factory.m_timers, [this](const auto& entry) { return entry.first == m_id; });
+        if (valid()) {
+            TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
+        }
+        m_group.removeTimer(m_id);
     }
 
     SynchronizedTimerHandle(const SynchronizedTimerHandle&) = delete;
     SynchronizedTimerHandle& operator=(const SynchronizedTimerHandle&) = delete;
 
+    bool valid() const { return m_id != util::TimerGroup::kNoTimer; }
+
     bool start() override
     {
+        m_group.stopTimer(m_id);
         m_running = true;
-        group().startTimer(m_id);
+        m_group.startTimer(m_id);
         return true;
     }
 
     void stop() override
     {
-        group().stopTimer(m_id);
+        m_group.stopTimer(m_id);
         m_running = false;
+        ++m_generation;
     }
 
     void restart() override
     {
-        group().stopTimer(m_id);
-        group().startTimer(m_id);
+        m_group.stopTimer(m_id);
+        ++m_generation;
+        m_group.startTimer(m_id);
     }
 
     void modify(std::chrono::milliseconds interval) override
     {
         stop();
-        if (group().modifyTimer(m_id, interval, false)) {
+        if (m_group.modifyTimer(m_id, interval, false)) {
             ipl::ErrorStorage::ack();
             return;
         }
@@ -72,35 +82,35 @@ public:
 
     bool isRunning() override { return m_running; }
 
-    void execute()
+private:
+    void onTimerExpired(std::uint64_t id) override
     {
-        TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
+        TRACE_AT(s_channel, detail, kClass, "execute", __LINE__, "TimerId: %d", static_cast<int>(id));
         // Before the callback is on its way: it may start the timer again at once.
         m_running = false;
-        m_expired.schedule(static_cast<TimerHandle*>(this));
+        m_expired.schedule(m_generation);
     }
 
-private:
-    util::TimerGroup& group() { return *m_factory.m_timerGroup; }
+    void deliver(std::uint64_t generation)
+    {
+        if (generation == m_generation) {
+            m_callback(static_cast<TimerHandle*>(this));
+        }
+    }
 
-    SynchronizedTimerFactory& m_factory;
-    const std::uint64_t m_id;
-    DelayedCallbackBase<void*> m_expired;
+    util::TimerGroup& m_group;
+    DelayedCallback<SynchronizedTimerHandle, std::uint64_t> m_expired;
     std::atomic<bool> m_running{false};
+    std::uint64_t m_generation = 0;
+    const std::uint64_t m_id;
+    const TimerCallback m_callback; // taken last: without memory for the others it is still the caller's
 };
 
 SynchronizedTimerFactory::SynchronizedTimerFactory(comm::FactoryPtr factory)
     : m_factory{std::move(factory)},
-      m_timerGroup{std::in_place, 1, 65535},
+      m_timerGroup{1, 65535},
       m_destroyFaF{this, &SynchronizedTimerFactory::destroyFaFTimerFor, m_factory}
 {}
-
-SynchronizedTimerFactory::~SynchronizedTimerFactory()
-{
-    // The timer thread may be on its way to onTimerExpired: it must have ended before the members that it uses.
-    m_fireAndForget.clear();
-    m_timerGroup.reset();
-}
 
 SynchronizedTimerFactory::TimerHandlePtr
 SynchronizedTimerFactory::createStartedTimer(std::chrono::milliseconds interval, TimerCallback&& callback)
@@ -121,25 +131,17 @@ SynchronizedTimerFactory::createStartedTimer(std::chrono::milliseconds interval,
 SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(std::chrono::milliseconds interval,
                                                                                TimerCallback&& callback)
 {
-    const ipl::GlobalErrorHandler::Place place{kSource, 236, "createTimer"};
-    const auto id = ipl::insist(place, kNoMemory, [&] {
-        reserveEntry(); // first, so that nothing lacks memory once the platform has a timer
-        return m_timerGroup->addTimer(interval, false, *this, false);
+    auto handle = ipl::insist({kSource, 236, "createTimer"}, "Could not allocate memory", [&] {
+        return std::make_unique<SynchronizedTimerHandle>(*this, interval, std::move(callback));
     });
-    if (id == util::TimerGroup::kNoTimer) {
+    if (!handle->valid()) {
         TRACE_AT(s_channel, warning, kClass, "createTimer", 240,
                  "IPL error at %s:%d! Could not create timer (interval=%lums)!,reason=%s", kSource, 240,
                  static_cast<unsigned long>(interval.count()), ipl::ErrorStorage::reason());
         ipl::ErrorStorage::ack();
         return nullptr;
     }
-    return allocate<SynchronizedTimerHandle>(place, kNoMemory, *this, id, std::move(callback));
-}
-
-void SynchronizedTimerFactory::reserveEntry()
-{
-    const std::lock_guard lock{m_mutex};
-    m_timers.reserve(m_timers.size() + 1);
+    return handle;
 }
 
 SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(std::chrono::milliseconds interval,
@@ -151,19 +153,14 @@ SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(s
 void SynchronizedTimerFactory::createFaFTimer(std::chrono::milliseconds interval, TimerCallback callback)
 {
     m_fireAndForget.push_back(createStartedTimer(interval, [this, callback = std::move(callback)](void* handle) {
-        callback(handle);
+        try {
+            callback(handle);
+        } catch (...) {
+            m_destroyFaF.schedule(handle);
+            throw;
+        }
         m_destroyFaF.schedule(handle);
     }));
-}
-
-void SynchronizedTimerFactory::onTimerExpired(std::uint64_t id)
-{
-    const std::lock_guard lock{m_mutex};
-    const auto entry =
-        std::find_if(m_timers.begin(), m_timers.end(), [id](const auto& one) { return one.first == id; });
-    if (entry != m_timers.end()) {
-        entry->second->execute();
-    }
 }
 
 void SynchronizedTimerFactory::destroyFaFTimerFor(void* handle)

@@ -45,7 +45,7 @@ TEST(ErrorPaths, EventsAndTimersAreAllocatedAgainUntilThereIsMemory)
     common_::SynchronizedTimerFactory timers{ao.factory()};
     const FailingAllocation failing{FailingAllocation::Kind::nonThrowing, 1};
     callback.schedule(1);
-    const FailingAllocation again{FailingAllocation::Kind::nonThrowing, 1};
+    const FailingAllocation again{FailingAllocation::Kind::throwing, 1};
     EXPECT_TRUE(timers.createTimer(std::chrono::seconds{1}, [](void*) {}));
     EXPECT_EQ(
         errors.outOfMemory(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <utility>
@@ -44,14 +45,11 @@ public:
 
     void createFaFTimer(Interval interval, TimerCallback callback) override
     {
-        m_fireAndForget.push_back(createStartedTimer(interval, [this, callback = std::move(callback)](void* handle) {
-            callback(handle);
-            std::erase_if(m_fireAndForget, [handle](const auto& one) { return one.get() == handle; });
-        }));
+        m_fireAndForget.push_back(createStartedTimer(interval, std::move(callback)));
     }
 
     /// Lets the time pass and delivers what becomes due meanwhile: in the order of expiry, then of start. A callback
-    /// may create, start, stop and destroy timers, its own included.
+    /// may create, start, stop and destroy timers; one that destroys its own aborts the program.
     void advance(Interval time)
     {
         const auto end = m_clock->now + time;
@@ -59,6 +57,7 @@ public:
             const auto [expiry, handle] = *m_clock->due.begin();
             m_clock->now = expiry;
             handle->expire();
+            std::erase_if(m_fireAndForget, [fired = handle](const auto& one) { return one.get() == fired; });
         }
         m_clock->now = end;
     }
@@ -78,7 +77,13 @@ private:
         Handle(std::shared_ptr<Clock> clock, Interval interval, TimerCallback&& callback)
             : m_clock{std::move(clock)}, m_interval{interval}, m_callback{std::move(callback)}
         {}
-        ~Handle() override { stop(); }
+        ~Handle() override
+        {
+            if (m_inCallback) {
+                std::abort(); // not allowed by the contract
+            }
+            stop();
+        }
         Handle(const Handle&) = delete;
         Handle& operator=(const Handle&) = delete;
 
@@ -118,8 +123,9 @@ private:
         void expire()
         {
             stop();
-            const auto callback = m_callback; // the callback may destroy the handle
-            callback(static_cast<TimerHandle*>(this));
+            m_inCallback = true;
+            m_callback(static_cast<TimerHandle*>(this));
+            m_inCallback = false;
         }
 
     private:
@@ -127,6 +133,7 @@ private:
         Interval m_interval;
         const TimerCallback m_callback;
         bool m_running = false;
+        bool m_inCallback = false;
     };
 
     const std::shared_ptr<Clock> m_clock = std::make_shared<Clock>();

@@ -12,19 +12,20 @@ class ISynchronizedTimerFactory
 {
 public:
     /// One one-shot timer. Destroying the handle removes the timer; its callback is not called after that. A handle
-    /// does not outlive its factory.
+    /// does not outlive its factory, and its own callback does not destroy it.
     class TimerHandle
     {
     public:
         virtual ~TimerHandle() = default;
 
-        /// Starts the interval from now on, also when the timer is running. Returns true.
+        /// Starts the interval from now on, also when the timer is running. An expiry that waits in the active object's
+        /// queue is still delivered. Returns true.
         virtual bool start() = 0;
 
-        /// Stops the timer. An expiry that waits in the active object's queue already is still delivered.
+        /// Stops the timer. As with restart and modify, an expiry that waits in the active object's queue is dropped.
         virtual void stop() = 0;
 
-        /// Starts the interval from now on, but leaves what isRunning tells as it was: for a timer that is started.
+        /// Starts the interval from now on, but leaves what isRunning returns as it was: for a timer that is started.
         virtual void restart() = 0;
 
         /// Gives the timer a new interval and starts it, whether or not it was running. With an interval that the
@@ -50,7 +51,8 @@ public:
     virtual TimerHandlePtr createTimer(std::chrono::milliseconds interval, TimerCallback&& callback) = 0;
     virtual TimerHandlePtr createTimer(std::chrono::milliseconds interval, const TimerCallback& callback) = 0;
 
-    /// Fire and forget: starts a timer that the factory keeps until its callback has run once.
+    /// Fire and forget: starts a timer that the factory keeps until its callback has run once, also when
+    /// that throws.
     virtual void createFaFTimer(std::chrono::milliseconds interval, TimerCallback callback) = 0;
 };
 

@@ -3,15 +3,14 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <mutex>
 #include <set>
-#include <thread>
 #include <utility>
-
-#include "osal/Mutex.h"
 
 namespace util {
 
-/// Receiver of a timer group's expiries, called on the group's own thread without any lock of the group.
+/// Receiver of a timer group's expiries, called on the timer thread without any lock of the group. A callback only
+/// posts: it runs in the way of every other timer of the process, and an operation may wait for it.
 class TimerCallbackBase
 {
 public:
@@ -19,21 +18,21 @@ public:
     virtual void onTimerExpired(std::uint64_t id) = 0;
 };
 
-/// Timers identified by numbers and kept by one thread of the group's own ("TimerGroup"), which sleeps on a kernel
+/// Timers identified by numbers. One thread of the process ("TimerGroup") serves all groups; it sleeps on a kernel
 /// timer set to the next expiry. Starting and stopping timers moves that kernel timer and does not wake the thread, so
 /// that a unit at rest sleeps. Time is CLOCK_MONOTONIC.
 ///
-/// Every operation may be called from any thread, also from onTimerExpired. Stopping or removing a timer does not wait
-/// for an expiry that is being delivered at that moment. Only adding a timer needs memory. The destructor stops the
-/// thread and joins it; a pending expiry is not delivered any more.
+/// Every operation may be called from any thread, also from onTimerExpired. Once stopTimer, removeTimer or the
+/// destructor has returned, no expiry of that timer is being delivered or follows: a delivery in progress is waited
+/// for, except on the timer thread itself. So the caller holds no lock that the callback takes. Only adding a timer
+/// needs memory.
 class TimerGroup
 {
 public:
     static constexpr std::uint64_t kNoTimer = 0xFFFFFFFF;
 
-    /// Hands out the ids firstId to lastId, the one least recently given back first, so that a late expiry of a removed
-    /// timer does not meet a new timer of the same number. Throws std::system_error when the kernel has no timer or
-    /// thread left.
+    /// Hands out the ids firstId to lastId, the one least recently given back first. Throws std::system_error when the
+    /// kernel has no timer or thread left.
     TimerGroup(std::uint64_t firstId, std::uint64_t lastId);
     ~TimerGroup();
     TimerGroup(const TimerGroup&) = delete;
@@ -54,10 +53,14 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Schedule = std::set<std::pair<Clock::time_point, std::uint64_t>>;
+    struct Timer;
+    class Thread;
+
+    using Schedule = std::set<std::pair<Clock::time_point, Timer*>>;
 
     struct Timer
     {
+        std::uint64_t id;
         std::chrono::milliseconds interval;
         bool cyclic;
         TimerCallbackBase* callback;
@@ -68,20 +71,13 @@ private:
     };
 
     std::uint64_t freeId();
-    void schedule(std::uint64_t id, Timer& timer);
-    void unschedule(std::uint64_t id, Timer& timer);
-    void setKernelTimer(Clock::time_point expiry);
-    void run();
+    Timer* find(std::uint64_t id);
 
     const std::uint64_t m_firstId;
     const std::uint64_t m_lastId;
     std::uint64_t m_nextId;
-    osal::Mutex m_mutex;
-    std::map<std::uint64_t, Timer> m_timers;
-    Schedule m_schedule;
-    bool m_ending = false;
-    const int m_kernelTimer;
-    std::thread m_thread;
+    Thread& m_thread;
+    std::map<std::uint64_t, Timer> m_timers; // guarded by the thread's mutex, as the ids
 };
 
 } // namespace util

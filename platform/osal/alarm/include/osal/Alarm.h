@@ -1,53 +1,58 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
-#include <memory>
+
+#include "util/TimerGroup.h"
 
 namespace osal {
 
-/// What alarms run on. Operations may be called from any thread.
+/// What alarms run on: one-shot timers, each of one alarm. Operations may be called from any thread, but not from a
+/// callback.
 class AlarmTimer
 {
 public:
     virtual ~AlarmTimer() = default;
 
-    /// Calls the function once after the time, on a thread of the timer's own. Returns a number for cancel.
-    virtual std::uint64_t callAfter(std::chrono::milliseconds time, std::function<void()> function) = 0;
+    /// Adds a timer that is not set and returns its number.
+    virtual std::uint64_t add(util::TimerCallbackBase& callback) = 0;
+    virtual void set(std::uint64_t number, std::chrono::milliseconds time) = 0;
 
-    /// Forgets a call; one that is under way or over is left alone.
-    virtual void cancel(std::uint64_t number) = 0;
+    /// Afterwards no callback of the timer is running or follows, until it is set again.
+    virtual void stop(std::uint64_t number) = 0;
+    virtual void remove(std::uint64_t number) = 0;
 };
 
-/// Calls its owner once when a time is over.
+/// Calls its owner once after a time.
 ///
 /// set and remove are called by the owner, on one thread; the callback runs on the timer's thread and must not wait for
-/// the owner. After remove, and so after destruction, no callback is running or comes.
-class Alarm
+/// the owner. After remove, and so after destruction, no callback is running or follows. Only making an alarm needs
+/// memory.
+class Alarm final : private util::TimerCallbackBase
 {
 public:
-    /// The process' own timer: one thread ("TimerGroup") that sleeps while no alarm is set.
+    /// The process' timer thread ("TimerGroup").
     static constexpr int DEFAULT_TIMER = 0;
 
     Alarm(int timer, std::function<void()> callback);
-    ~Alarm() { remove(); }
+    ~Alarm() override { m_timer.remove(m_number); }
     Alarm(const Alarm&) = delete;
     Alarm& operator=(const Alarm&) = delete;
 
     /// Sets the alarm, anew when it is set already.
-    void set(std::chrono::milliseconds time);
-    void remove();
+    void set(std::chrono::milliseconds time) { m_timer.set(m_number, time); }
+    void remove() { m_timer.stop(m_number); }
 
     /// Replaces DEFAULT_TIMER for alarms made from now on and returns the one before; null restores it. For tests.
     static AlarmTimer* setDefaultTimer(AlarmTimer* timer);
 
 private:
-    struct Target;
+    void onTimerExpired(std::uint64_t) override { m_callback(); }
 
     AlarmTimer& m_timer;
     const std::function<void()> m_callback;
-    std::shared_ptr<Target> m_target; ///< of the alarm that is set, null when none is
-    std::uint64_t m_number = 0;
+    const std::uint64_t m_number;
 };
 
 } // namespace osal
