@@ -2,12 +2,12 @@
 #include <exception>
 #include <iostream>
 #include <malloc.h>
-#include <new>
+#include <memory>
 
 #include "IdsApp.h"
 #include "comm/ActiveObject.h"
 #include "ipl/ErrorStorage.h"
-#include "ipl/GlobalErrorHandler.h"
+#include "ipl/insist.h"
 #include "servmngt/ServiceManager.h"
 
 namespace {
@@ -15,16 +15,8 @@ namespace {
 comm::FactoryPtr createFactory()
 {
     using Factory = comm::SingleThreadedActiveObjectFactory<comm::ActiveObject>;
-    while (true) {
-        try {
-            if (auto* const factory = new (std::nothrow) Factory{"IdsApp"}; factory != nullptr) {
-                return comm::FactoryPtr{factory};
-            }
-        } catch (const std::bad_alloc&) {
-            // What the factory is made of lacked memory: the same case.
-        }
-        ipl::GlobalErrorHandler::doOutOfMem("IDS/src/main", 63, "main", "couldn't create pAoFactory");
-    }
+    return ipl::insist({"IDS/src/main", 63, "main"}, "couldn't create pAoFactory",
+                       [] { return std::make_shared<Factory>("IdsApp"); });
 }
 
 // Large blocks go back to the system for good. By default the allocator keeps what a neighbour's one huge message took.

@@ -4,7 +4,6 @@
 
 #include "conn_common/SynchronizedTimerFactory.h"
 #include "ipl/ErrorStorage.h"
-#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace common_ {
@@ -131,9 +130,8 @@ SynchronizedTimerFactory::createStartedTimer(std::chrono::milliseconds interval,
 SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(std::chrono::milliseconds interval,
                                                                                TimerCallback&& callback)
 {
-    auto handle = ipl::insist({kSource, 236, "createTimer"}, "Could not allocate memory", [&] {
-        return std::make_unique<SynchronizedTimerHandle>(*this, interval, std::move(callback));
-    });
+    auto handle = allocate<SynchronizedTimerHandle>({kSource, 236, "createTimer"}, "Could not allocate memory", *this,
+                                                    interval, std::move(callback));
     if (!handle->valid()) {
         TRACE_AT(s_channel, warning, kClass, "createTimer", 240,
                  "IPL error at %s:%d! Could not create timer (interval=%lums)!,reason=%s", kSource, 240,

@@ -1,6 +1,11 @@
+#include <array>
+#include <atomic>
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 #include "CapturedLog.h"
+#include "Eventually.h"
 #include "FailingAllocation.h"
 #include "RecordedErrors.h"
 #include "TestActiveObject.h"
@@ -43,15 +48,22 @@ TEST(ErrorPaths, EventsAndTimersAreAllocatedAgainUntilThereIsMemory)
     Owner owner;
     common_::DelayedCallback<Owner, int> callback{&owner, &Owner::called, ao.factory()};
     common_::SynchronizedTimerFactory timers{ao.factory()};
-    const FailingAllocation failing{FailingAllocation::Kind::nonThrowing, 1};
-    callback.schedule(1);
-    const FailingAllocation again{FailingAllocation::Kind::throwing, 1};
-    EXPECT_TRUE(timers.createTimer(std::chrono::seconds{1}, [](void*) {}));
-    EXPECT_EQ(
-        errors.outOfMemory(),
-        (std::vector<std::string>{"conn_common/include/conn_common/DelayedCallback:100 schedule: Couldn't "
-                                  "allocate ActiveObjectEvent for delayed callback",
-                                  "conn_common/src/SynchronizedTimer:236 createTimer: Could not allocate memory"}));
+    constexpr unsigned kPartsOfATimer = 4; // handle, delayed callback, two nodes of the group
+    {
+        const FailingAllocation failing{FailingAllocation::Kind::throwing};
+        callback.schedule(1);
+    }
+    std::vector<std::string> expected{"conn_common/include/conn_common/DelayedCallback:100 schedule: Couldn't "
+                                      "allocate ActiveObjectEvent for delayed callback"};
+    std::atomic<unsigned> called{0};
+    std::array<common_::SynchronizedTimerFactory::TimerHandlePtr, kPartsOfATimer> handles;
+    for (unsigned after = 0; after < kPartsOfATimer; ++after) {
+        const FailingAllocation failing{FailingAllocation::Kind::throwing, 1, after};
+        handles[after] = timers.createStartedTimer({}, [&called](void*) { ++called; });
+        expected.emplace_back("conn_common/src/SynchronizedTimer:236 createTimer: Could not allocate memory");
+    }
+    EXPECT_EQ(errors.outOfMemory(), expected);
+    EXPECT_TRUE(eventually([&] { return called == kPartsOfATimer; }));
     ao.drain();
 }
 

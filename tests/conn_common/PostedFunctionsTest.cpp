@@ -98,14 +98,14 @@ TEST(PostedFunction, IsAllocatedAgainUntilThereIsMemory)
     const TestActiveObject ao;
     const auto calls = std::make_shared<int>(0);
     {
-        const FailingAllocation failing{FailingAllocation::Kind::nonThrowing, 2};
+        const FailingAllocation failing{FailingAllocation::Kind::throwing};
         common_::enqueFunction2AOF(ao.factory(), [calls] { ++*calls; });
     }
     ao.drain();
     EXPECT_EQ(*calls, 1);
-    const auto* const line =
-        "conn_common/include/conn_common/Function2AOEvent:43 enqueFunction2AOF: Could not allocate memory";
-    EXPECT_EQ(errors.outOfMemory(), (std::vector<std::string>{line, line}));
+    EXPECT_EQ(errors.outOfMemory(),
+              std::vector<std::string>{
+                  "conn_common/include/conn_common/Function2AOEvent:43 enqueFunction2AOF: Could not allocate memory"});
 }
 
 TEST(SafeCallbackProxy, DestructionWaitsForARunningFunctorAndStopsLaterOnesAndCopies)

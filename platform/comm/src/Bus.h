@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -8,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "ipl/GlobalErrorHandler.h"
+#include "comm/EventLoop.h"
 
 struct sd_bus;
 struct sd_bus_message;
@@ -37,11 +36,7 @@ using MessagePtr = std::unique_ptr<sd_bus_message, MessageDeleter>;
 template <typename Call>
 int callUntilMemory(Call call)
 {
-    int result = call();
-    for (; result == -ENOMEM; result = call()) {
-        ipl::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, __func__, "a call of the bus library waits");
-    }
-    return result;
+    return insistOnCall({__FILE__, __LINE__, __func__}, "a call of the bus library waits", call);
 }
 
 /// The connection of one event loop to the unit's bus, on the loop's thread only.

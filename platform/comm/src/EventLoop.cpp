@@ -1,13 +1,10 @@
 #include "comm/EventLoop.h"
 
-#include <cerrno>
 #include <cstdint>
 #include <exception>
-#include <new>
 #include <system_error>
 #include <systemd/sd-event.h>
 
-#include "ipl/GlobalErrorHandler.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -42,10 +39,9 @@ void throwError(int number, const char* call)
 int runEventLoop(sd_event* event)
 {
     while (sd_event_get_state(event) != SD_EVENT_FINISHED) {
-        const int error = sd_event_run(event, UINT64_MAX);
-        if (error == -ENOMEM) {
-            ipl::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, __func__, "a turn of the event loop waits");
-        } else if (error < 0) {
+        const int error = insistOnCall({__FILE__, __LINE__, __func__}, "a turn of the event loop waits",
+                                       [event] { return sd_event_run(event, UINT64_MAX); });
+        if (error < 0) {
             return error;
         }
     }

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <cerrno>
+#include <new>
+
+#include "ipl/insist.h"
+
 struct sd_event;
 
 namespace comm {
@@ -21,6 +26,16 @@ int guarded(Body&& body) noexcept
 
 /// Throws what a failed call means: std::bad_alloc for ENOMEM, otherwise std::system_error with the call's name.
 [[noreturn]] void throwError(int number, const char* call);
+
+/// Makes a call of a C library again until its result is not -ENOMEM.
+template <typename Call>
+int insistOnCall(const ipl::GlobalErrorHandler::Place& place, const char* message, Call call)
+{
+    return ipl::insist(place, message, [&] {
+        const int result = call();
+        return result != -ENOMEM ? result : throw std::bad_alloc{};
+    });
+}
 
 /// Runs the loop to its end. A turn that lacks memory is reported to the out-of-memory handler and tried again; any
 /// other failure is returned as a negative errno.

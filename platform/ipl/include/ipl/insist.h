@@ -6,8 +6,8 @@
 
 namespace ipl {
 
-/// Does work that must not be lost: while it throws for want of memory, reports the place and message to the
-/// out-of-memory handler and does it again. The work must have changed nothing when it throws, or not mind it.
+/// Does work that must not be lost: while it throws std::bad_alloc, reports the place and message to the out-of-memory
+/// handler and does it again. Work that throws has changed nothing, or can be done twice.
 template <typename Work>
 auto insist(const GlobalErrorHandler::Place& place, const char* message, Work&& work)
 {
