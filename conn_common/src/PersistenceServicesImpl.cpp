@@ -322,18 +322,24 @@ void PersistenceServicesImpl::processUpdate(std::uint32_t handle, const std::vec
 // Returns how many subscriptions wanted no more than that.
 std::size_t PersistenceServicesImpl::deliver(const subscription_result& result)
 {
-    return std::erase_if(m_subscriptions, [&](const auto& subscription) {
-        if (!subscription->subscribed || subscription->keyId != result.keyId ||
-            !(subscription->location == result.location)) {
-            return false;
+    std::size_t served = 0;
+    for (auto next = m_subscriptions.begin(); next != m_subscriptions.end();) {
+        const auto& subscription = **next;
+        const bool wanted =
+            subscription.subscribed && subscription.keyId == result.keyId && subscription.location == result.location;
+        if (wanted) {
+            subscription.callback->schedule(result);
         }
-        subscription->callback->schedule(result);
-        if (subscription->single) {
-            TRACE_AT(s_implChannel, detail, kLabel, "processUpdate", __LINE__, "%s is single subscription, remove it",
-                     std::to_string(result.keyId).c_str());
+        if (!wanted || !subscription.single) {
+            ++next;
+            continue;
         }
-        return subscription->single;
-    });
+        TRACE_AT(s_implChannel, detail, kLabel, "processUpdate", __LINE__, "%s is single subscription, remove it",
+                 std::to_string(result.keyId).c_str());
+        next = m_subscriptions.erase(next);
+        ++served;
+    }
+    return served;
 }
 
 void PersistenceServicesImpl::unsubscribeResult(std::uint32_t handle, const Keys& keys, std::uint32_t)

@@ -8,7 +8,9 @@
 #include "ChildProcess.h"
 #include "ClientOnBus.h"
 #include "Eventually.h"
+#include "FailingAllocation.h"
 #include "ManualAlarms.h"
+#include "RecordedErrors.h"
 #include "TestActiveObject.h"
 #include "TestBus.h"
 #include "asi/connectivity/diagnostic/DiagnosticDtcs.h"
@@ -165,6 +167,20 @@ TEST_F(AsiClientSkeletonTest, DestructionForgetsAlarmAndQueuedReconnect)
     });
     activeObject.drain();
     EXPECT_EQ(lines(Level::milestone, "Reconnecting..."), before);
+}
+
+TEST_F(AsiClientSkeletonTest, DestructionNeedsNoMemory)
+{
+    start();
+    const ChildProcess peer{{SERVICE_PEER}};
+    ASSERT_TRUE(becomesAlive());
+    const RecordedErrors errors;
+    activeObject.run([this] {
+        const FailingAllocation failing{FailingAllocation::Kind::throwing, 1};
+        client.reset();
+    });
+    activeObject.drain();
+    EXPECT_TRUE(errors.outOfMemory().empty());
 }
 
 TEST_F(AsiClientSkeletonTest, AServiceThatNeverAnswersIsAskedAgainASecondAfterPatienceIsOver)

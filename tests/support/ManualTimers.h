@@ -123,12 +123,18 @@ private:
         void expire()
         {
             stop();
-            m_inCallback = true;
+            const InCallback inCallback{m_inCallback};
             m_callback(static_cast<TimerHandle*>(this));
-            m_inCallback = false;
         }
 
     private:
+        struct InCallback // also of one that throws
+        {
+            explicit InCallback(bool& flag) : inside{flag} { inside = true; }
+            ~InCallback() { inside = false; }
+            bool& inside;
+        };
+
         const std::shared_ptr<Clock> m_clock;
         Interval m_interval;
         const TimerCallback m_callback;

@@ -116,6 +116,7 @@ void CIdsManager::stopServices()
     m_teeService.deregisterService();
     m_v2xService.deregisterService();
     m_informationService.deregisterService();
+    m_hostSensor.stopServices();
 }
 
 void CIdsManager::onIdsCoreConnected()

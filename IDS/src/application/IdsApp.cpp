@@ -1,10 +1,11 @@
 #include "IdsApp.h"
 
+#include <cerrno>
 #include <exception>
-#include <new>
 #include <utility>
 
 #include "CIdsManager.h"
+#include "ipl/ErrorStorage.h"
 #include "tracing/Channel.h"
 
 namespace ids {
@@ -14,18 +15,27 @@ constexpr char kLabel[] = "IdsApp";
 
 tracing::Channel s_channel{"CON_IDS_APP", 7, 2};
 
-// Null when there is no memory for the manager, or no thread or descriptor for what it is made of. Made on the active
-// object, or what its first members post there would meet the last ones in the making.
+// Null when there is no memory for the manager, or no thread or descriptor for what it is made of; the reason is in
+// ipl::ErrorStorage. Made on the active object, or what its first members post there would meet the last ones in the
+// making.
 std::unique_ptr<CIdsManager> createManager(const comm::FactoryPtr& factory)
-{
+try {
     std::unique_ptr<CIdsManager> manager;
+    std::exception_ptr failure;
     comm::runAndWait(factory->getActiveObject({}), [&] {
         try {
-            manager.reset(new (std::nothrow) CIdsManager{factory});
-        } catch (const std::exception&) {
+            manager = std::make_unique<CIdsManager>(factory);
+        } catch (...) {
+            failure = std::current_exception();
         }
     });
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
     return manager;
+} catch (const std::exception& error) {
+    ipl::ErrorStorage::set(ECANCELED, "%s", error.what());
+    return nullptr;
 }
 
 } // namespace

@@ -118,8 +118,9 @@ bool CIdsm::sendNow(const SEvent& event)
 // Gives every waiting event the time at which it was made, whatever time base it had then.
 void CIdsm::restampPending(std::uint64_t gnssTime)
 {
+    const std::uint32_t now = millisecondsSinceBoot();
     for (const auto& event : m_pending) {
-        const std::uint32_t age = millisecondsSinceBoot() - event->creationTime;
+        const std::uint32_t age = now - event->creationTime;
         stamp(event->timestamp, gnssTime - age);
     }
 }
@@ -148,14 +149,15 @@ void CIdsm::sendKeepAlive()
 // now keeps its other events waiting.
 void CIdsm::flushPending()
 {
-    m_eventRates.reserve(m_eventRates.size() + m_pending.size()); // nothing may throw while events are moved
-    std::erase_if(m_pending, [this](const std::shared_ptr<SEvent>& event) {
-        if (findRate(event->eventId) != nullptr || !m_core.isConnected() || !m_core.sendEvent(*event)) {
-            return false;
+    for (auto event = m_pending.begin(); event != m_pending.end();) {
+        const auto eventId = (*event)->eventId;
+        if (findRate(eventId) == nullptr && m_core.isConnected() && m_core.sendEvent(**event)) {
+            event = m_pending.erase(event);
+            m_eventRates.push_back({1, eventId});
+        } else {
+            ++event;
         }
-        m_eventRates.push_back({1, event->eventId});
-        return true;
-    });
+    }
 }
 
 bool CIdsm::onViEvent(const UInt8Array& event)

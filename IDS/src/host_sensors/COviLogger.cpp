@@ -27,11 +27,14 @@ constexpr std::size_t kReceiveBuffer = 8192;
 constexpr std::chrono::milliseconds kRest{200};
 constexpr mode_t kUserAndGroup = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP;
 
-// Another one may take the place between the removal and the bind.
+// Another process may take the place between the removal and the bind. errno is that of the removal when the file of
+// another account stays in the way.
 bool takePlace(std::int32_t descriptor, const sockaddr_un& address)
 {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        ::unlink(address.sun_path);
+        if (::unlink(address.sun_path) != 0 && errno != ENOENT) {
+            return false;
+        }
         if (::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
             return true;
         }
@@ -69,6 +72,12 @@ io_manager::UniqueFd listenOn(const std::string& path)
     return socket;
 }
 
+// The system error that a code of the watcher stands for.
+const char* textOf(io_manager::EFdError error)
+{
+    return std::strerror(error == io_manager::fdNoEntry ? ENOMEM : EINVAL);
+}
+
 } // namespace
 
 COviLogger::COviLogger(IIdsm& idsm, std::string path)
@@ -82,11 +91,19 @@ COviLogger::~COviLogger()
 {
     m_thread.requestStop();
     m_thread.join();
+    removeSocket();
+}
+
+void COviLogger::removeSocket() const
+{
     ::unlink(m_path.c_str());
 }
 
 bool COviLogger::startOviLogger()
 {
+    if (!m_listenSocket.valid()) {
+        m_listenSocket = listenOn(m_path); // what was in the way may be gone
+    }
     if (!m_listenSocket.valid()) {
         TRACE(s_hostSensorChannel, error, kClass, "Listen socket invalid!");
         return false;
@@ -141,7 +158,7 @@ bool COviLogger::watchListenSocket()
         m_listenSocket.get(), [this] { acceptClient(); }, error);
     if (!added) {
         TRACE_AT(s_hostSensorChannel, error, kClass, kLoop, __LINE__,
-                 "Failed adding a new file descriptor 'listen_socket': %s", std::strerror(errno));
+                 "Failed adding a new file descriptor 'listen_socket': %s", textOf(error));
         m_restEnds = Clock::now() + kRest;
     }
     return added;
@@ -155,13 +172,14 @@ void COviLogger::waitOnce(const util::Thread& thread)
         TRACE_AT(s_hostSensorChannel, error, kClass, kLoop, __LINE__,
                  "Watch cycle properly started error is indicated, the caller is blocked until the end of the cycle : "
                  "%s",
-                 std::strerror(errno));
+                 textOf(error));
         thread.sleep(kRest);
     }
 }
 
 void COviLogger::acceptClient()
 {
+    errno = 0; // a descriptor 0 is refused without an error
     io_manager::UniqueFd client{::accept4(m_listenSocket.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC)};
     if (client.get() > 0) {
         addClient(std::move(client));
@@ -184,7 +202,7 @@ void COviLogger::addClient(io_manager::UniqueFd client)
             descriptor, [this, descriptor] { reciveData(descriptor); }, error))
     {
         TRACE(s_hostSensorChannel, error, kClass, "Adding a new file descriptor 'client_socket' Failed: %s",
-              std::strerror(errno));
+              textOf(error));
         return;
     }
     m_clients.push_back(std::move(client));

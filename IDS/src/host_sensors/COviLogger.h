@@ -29,8 +29,12 @@ public:
     COviLogger(const COviLogger&) = delete;
     COviLogger& operator=(const COviLogger&) = delete;
 
-    /// Returns false when there is no socket or no thread to be had. Once started, further calls change nothing.
+    /// Returns false when no socket or no thread is available; a later call tries again. Once started, further calls
+    /// change nothing.
     bool startOviLogger();
+
+    /// Removes the file, for a process that ends without destructors. From any thread.
+    void removeSocket() const;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -37,8 +37,8 @@ public:
             return;
         }
         m_started = true;
-        m_forwarder = allocate<Forwarder>({"conn_common/include/conn_common/AsiClientSkeleton", 105, "start"}, "OOM",
-                                          m_replyTarget, static_cast<comm::LifecycleListener&>(*this));
+        m_forwarder = allocateShared<Forwarder>({"conn_common/include/conn_common/AsiClientSkeleton", 105, "start"},
+                                                "OOM", m_replyTarget, static_cast<comm::LifecycleListener&>(*this));
         reconnect();
     }
 
@@ -67,10 +67,9 @@ protected:
         m_reconnectAlarm.remove();
         if (m_forwarder) {
             m_forwarder->detach();
-            // A proxy that is telling something at this moment needs the forwarder until it is done.
-            std::shared_ptr<Forwarder> forwarder{std::move(m_forwarder)};
+            // A proxy that calls the forwarder at this moment needs it until that has returned.
             if (m_proxy) {
-                m_proxy->disconnectAndNotify([forwarder]() mutable { forwarder.reset(); });
+                m_proxy->disconnectAndNotify(m_forwarder);
             }
         }
     }
@@ -158,7 +157,7 @@ private:
     const comm::FactoryPtr m_factory;
     typename Reply::Target& m_replyTarget;
     osal::Alarm m_reconnectAlarm;
-    std::unique_ptr<Forwarder> m_forwarder;
+    std::shared_ptr<Forwarder> m_forwarder;
     SafeCallbackProxy m_safeCallback;
     std::unique_ptr<Proxy> m_proxy;
 };

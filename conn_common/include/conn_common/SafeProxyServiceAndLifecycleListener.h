@@ -8,7 +8,9 @@ namespace common_ {
 /// detach, and then reaches nobody. Reply is the client's reply implementation, which hands replies on to its target
 /// until that is cleared. Lives on the client's active object.
 template <typename Reply>
-class SafeProxyServiceAndLifecycleListener final : public Reply, public comm::LifecycleListener
+class SafeProxyServiceAndLifecycleListener final : public Reply,
+                                                   public comm::LifecycleListener,
+                                                   public comm::ActiveObjectEvent
 {
 public:
     SafeProxyServiceAndLifecycleListener(typename Reply::Target& replyTarget, comm::LifecycleListener& lifecycle)
@@ -34,6 +36,9 @@ public:
             m_lifecycle->dead(lifecycle, notice);
         }
     }
+
+    /// As an event it only keeps itself until what runs now has ended.
+    int execute() override { return 0; }
 
 private:
     comm::LifecycleListener* m_lifecycle;

@@ -8,7 +8,6 @@
 #include "Loop.h"
 #include "comm/EventLoop.h"
 #include "ipl/ErrorStorage.h"
-#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace comm {
@@ -206,25 +205,6 @@ bool ProxyEndpoint::onSignal(sd_bus_message* signal)
     return true;
 }
 
-namespace {
-
-class Completion final : public ActiveObjectEvent
-{
-public:
-    explicit Completion(std::function<void()> completion) : m_completion{std::move(completion)} {}
-
-    int execute() override
-    {
-        m_completion();
-        return 0;
-    }
-
-private:
-    const std::function<void()> m_completion;
-};
-
-} // namespace
-
 Proxy::Proxy(const ServiceInfo& info, std::uint32_t instance, const FactoryPtr& factory, LifecycleListener& lifecycle)
     : m_activeObject{factory->getActiveObject({})},
       m_endpoint{std::make_shared<ProxyEndpoint>(info, instance, lifecycle)}
@@ -258,14 +238,13 @@ void Proxy::disconnect()
     runAndWait(m_activeObject, [this] { m_endpoint->disconnect(); });
 }
 
-bool Proxy::disconnectAndNotify(std::function<void()> completion)
+bool Proxy::disconnectAndNotify(util::SharedPtr<ActiveObjectEvent> completion)
 {
     if (!m_activeObject.valid()) {
         return true;
     }
     disconnect();
-    ipl::insist({__FILE__, __LINE__, __func__}, "a completion waits for memory",
-                [&] { m_activeObject.enque(std::make_shared<Completion>(completion)); });
+    m_activeObject.enque(std::move(completion));
     return false;
 }
 

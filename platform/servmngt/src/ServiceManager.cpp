@@ -176,7 +176,9 @@ bool startApp(int argc, char** argv, Application& application, const char* proce
         return true;
     }
     if (initIf->initApplication(0, 0, 0) != 0) {
-        ipl::ErrorStorage::set(ENOMEM, "%s could not be initialised", processName);
+        const std::string reason = ipl::ErrorStorage::reason();
+        ipl::ErrorStorage::ack();
+        ipl::ErrorStorage::set(ENOMEM, "%s could not be initialised: %s", processName, reason.c_str());
         return true;
     }
     application.runApplication();

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
 
@@ -7,6 +8,8 @@
 #include "IdsApp.h"
 #include "TestActiveObject.h"
 #include "TestBus.h"
+#include "ipl/ErrorStorage.h"
+#include "servmngt/ServiceManager.h"
 
 namespace {
 
@@ -41,12 +44,15 @@ TEST_F(IdsAppTest, ALifeIsReportedStateByState)
               1U);
     EXPECT_EQ(manager.next(), "STATUS=initialising");
     EXPECT_EQ(manager.next(), "STATUS=initialised");
+    const auto socket = [] { return std::filesystem::exists("/tmp/unix_socket"); };
+    EXPECT_TRUE(socket());
     app.runApplication();
     EXPECT_EQ(manager.next(), "READY=1\nSTATUS=running");
     EXPECT_EQ(log.count("CON_IDS_CORE", Level::milestone, "registered service. (Instance ID: 1)"), 1U);
     app.stopApplication();
     EXPECT_EQ(manager.next(), "STOPPING=1\nSTATUS=stopping");
     EXPECT_EQ(manager.next(), "STATUS=stopped");
+    EXPECT_FALSE(socket());
     EXPECT_EQ(log.count("CON_IDS_CORE", Level::milestone, "deregistered service."), 1U);
 }
 
@@ -64,9 +70,12 @@ TEST_F(IdsAppTest, ASecondInitialisationReplacesTheManager)
 TEST_F(IdsAppTest, WithoutAManagerOnlyStatesAreReported)
 {
     std::optional<FailingAllocation> failing;
-    activeObject.run([&] { failing.emplace(FailingAllocation::Kind::nonThrowing); });
-    EXPECT_EQ(app.initApplication(0, 0, 0), 1U);
+    activeObject.run([&] { failing.emplace(FailingAllocation::Kind::throwing); });
+    servmngt::init(0, nullptr);
+    EXPECT_TRUE(servmngt::startApp(0, nullptr, app, "idsProc", app.getInitIf()));
     activeObject.run([&] { failing.reset(); });
+    EXPECT_STREQ(ipl::ErrorStorage::reason(), "idsProc could not be initialised: std::bad_alloc");
+    ipl::ErrorStorage::ack();
     EXPECT_EQ(log.count("CON_IDS_APP", Level::error, "Can't create IDS manager!"), 1U);
     app.runApplication();
     app.stopApplication();

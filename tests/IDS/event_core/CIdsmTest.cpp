@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <chrono>
 #include <gmock/gmock.h>
+#include <new>
 #include <numeric>
 
 #include "CGnssManager.h"
@@ -86,6 +87,21 @@ TEST_F(CIdsmTest, ALimpingIdDoesNotHoldUpOthersAndItsQueueKeepsItsOrder)
     EXPECT_THAT(core.ids(), ElementsAre(0x9712, 0x000B));
     timers.advance(1000ms);
     EXPECT_THAT(core.ids(), ElementsAre(0x9712, 0x000B, 0x9712, 0x000B));
+}
+
+TEST_F(CIdsmTest, AFlushThatFailsLosesNoEventAndNoOrder)
+{
+    core.connected = false;
+    for (const auto& event : {blockedConnections(), blockedConnections(), dropTcp()}) {
+        dispatcher.reportEvent(event);
+    }
+    timers.advance(1000ms);
+    core.connected = true;
+    core.failsFor = 0x000B;
+    EXPECT_THROW(timers.advance(1000ms), std::bad_alloc);
+    core.failsFor = 0;
+    timers.advance(2000ms);
+    EXPECT_THAT(core.ids(), ElementsAre(0x9712, 0x000B, 0x9712));
 }
 
 TEST_F(CIdsmTest, ResourceReportsAreNeverThrottled)

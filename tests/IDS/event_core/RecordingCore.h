@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "ids/IIdsCore.h"
@@ -14,6 +15,9 @@ public:
 
     bool sendEvent(const ids::SEvent& event) override
     {
+        if (event.eventId == failsFor) {
+            throw std::bad_alloc{};
+        }
         if (connected) {
             events.push_back(event);
         }
@@ -42,6 +46,7 @@ public:
     }
 
     bool connected = true;
+    std::uint16_t failsFor = 0; // the ID of events for which there is no memory
     std::vector<ids::SEvent> events;
     std::vector<std::vector<std::uint8_t>> raw;
     util::SharedPtr<SecurityEvents> records;

@@ -80,7 +80,9 @@ TEST_F(COviLoggerTest, ThePlaceIsTakenFromAllButAFolderAndOnlyUserAndGroupAreAdm
     EXPECT_TRUE((COviLogger{idsm, path}.startOviLogger())) << "where the first still is";
     fs::create_directory(path);
     EXPECT_FALSE(start());
+    EXPECT_TRUE(log.waitFor("Can't listen on " + path + "! (errno: Is a directory)"));
     EXPECT_TRUE(log.waitFor("Listen socket invalid!") && fs::remove(path));
+    EXPECT_TRUE(logger->startOviLogger()) << "nothing is in the way any more";
     EXPECT_FALSE((COviLogger{idsm, path + std::string(100, 'x')}.startOviLogger()));
 }
 

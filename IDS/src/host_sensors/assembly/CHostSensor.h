@@ -43,6 +43,9 @@ public:
     /// Starts process monitor and logger socket; again, it starts nothing. Returns whether either runs.
     bool startServices();
 
+    /// Removes what would outlive the process. From any thread.
+    void stopServices() const { m_oviLogger.removeSocket(); }
+
 private:
     CDtcs m_dtcs;
     COviLogger m_oviLogger;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -77,9 +76,9 @@ public:
     /// Says goodbye and comes to rest; nobody is told.
     void disconnect();
 
-    /// As disconnect; the completion is called later on the active object, or released without a call when that ends
-    /// first. Returns true on error: there is no active object, and the completion will not be called.
-    bool disconnectAndNotify(std::function<void()> completion);
+    /// As disconnect; the completion runs later on the active object, or is released without running when that ends
+    /// first. Needs no memory. Returns true on error: there is no active object, and the completion will not run.
+    bool disconnectAndNotify(util::SharedPtr<ActiveObjectEvent> completion);
 
     bool isAlive() const;
 
