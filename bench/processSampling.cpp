@@ -78,7 +78,7 @@ int main()
     while (sleepers.size() < kSleepers) {
         sleepers.push_back(std::make_unique<ForkedProcess>([] {}));
     }
-    ids::CProcScanner scanner{[](ids::Processes) {}, {.pause = {}, .cycle = {}}};
+    ids::CProcScanner scanner{nullptr, [](ids::Processes) {}, {.pause = {}, .cycle = {}}};
     const auto listing = outputOf({"ps", "-eo", "pid="});
     const auto listed = static_cast<std::size_t>(std::count(listing.begin(), listing.end(), '\n'));
 

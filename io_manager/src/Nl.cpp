@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <linux/netlink.h>
 #include <sys/socket.h>
+#include <thread>
 #include <utility>
 
 #include "io_manager/NetlinkWalk.h"
@@ -28,7 +29,9 @@ constexpr std::chrono::milliseconds kRest{1};
 
 Nl::Nl(const comm::FactoryPtr& factory, int protocol, std::uint32_t groups,
        std::shared_ptr<io_manager::IoManRunner> runner)
-    : m_runner{std::move(runner)}, m_inFlight{kMostInFlight}, m_received{this, &Nl::deliver, factory}
+    : m_runner{std::move(runner)}, m_received{factory, kMostInFlight, [this](const SDatagram& datagram) {
+                                                  deliver(datagram);
+                                              }}
 {
     open(protocol, groups);
     TRACE(s_channel, detail, kClass, "ctor");
@@ -38,7 +41,7 @@ Nl::Nl(const comm::FactoryPtr& factory, int protocol, std::uint32_t groups,
 Nl::~Nl()
 {
     // A read that waits for the active object, whose thread this is, has to give up first.
-    m_inFlight.close();
+    m_received.close();
     if (m_runner != nullptr) {
         m_runner->removeFileDescriptor(m_socket.get());
     }
@@ -151,7 +154,7 @@ void Nl::read()
         }
         take(static_cast<std::size_t>(length));
     }
-    m_inFlight.rest(kRest);
+    std::this_thread::sleep_for(kRest);
 }
 
 void Nl::take(std::size_t length)
@@ -197,14 +200,11 @@ void Nl::receive(std::size_t length)
     }
     TRACE(s_channel, detail, kClass, "recv'd len: %zd, expecting %d", received, static_cast<int>(datagram.expected));
     datagram.bytes.resize(static_cast<std::size_t>(received));
-    if (m_inFlight.enter()) {
-        m_received.schedule(std::move(datagram));
-    }
+    m_received.post(std::move(datagram));
 }
 
-void Nl::deliver(SDatagram datagram)
+void Nl::deliver(const SDatagram& datagram)
 {
-    m_inFlight.leave();
     const auto check = checkMessages(datagram.bytes, datagram.expected, m_port);
     TRACE(s_channel, detail, kClass, "chk: %d, #resp: %zu, #urc: %zu", check.result, check.responses.size(),
           check.unsolicited.size());

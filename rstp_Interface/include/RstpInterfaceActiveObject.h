@@ -1,14 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <utility>
 #include <vector>
 
 #include "UnixSocket/ISocketFileHandle.h"
 #include "comm/ActiveObject.h"
-#include "conn_common/DelayedCallback.h"
-#include "io_manager/InFlightLimit.h"
+#include "conn_common/HandOver.h"
 #include "ipl/GlobalErrorHandler.h"
 #include "quor_logger.h"
 
@@ -26,37 +24,22 @@ public:
         : Interface{[&socket](const std::vector<std::uint8_t>& frame) { socket.write(frame.data(), frame.size()); },
                     logger, incoming},
           m_activeObject{checked(activeObjectFactory)->getActiveObject({})},
-          m_frames{this, &RstpInterfaceActiveObject::evaluate, activeObjectFactory}
+          m_frames{activeObjectFactory, kMostInFlight, [this](const Frame& frame) { this->evaluateMsg(frame); }}
     {}
 
-    /// Ends the holding back of the reading thread, for good. From any thread.
-    void letGo() { m_inFlight.close(); }
+    /// Ends the wait of the reading thread for room, for good. From any thread.
+    void close() { m_frames.close(); }
 
 protected:
     using Frame = std::vector<std::uint8_t>;
 
-    /// Waits until a frame may be read. onWait is called when that is not at once. Returns false after letGo.
-    template <typename OnWait>
-    bool awaitRoom(OnWait onWait)
-    {
-        while (m_activeObject.busCongested()) {
-            onWait();
-            if (!m_inFlight.rest(kRest)) {
-                return false;
-            }
-        }
-        if (m_inFlight.tryEnter()) {
-            return true;
-        }
-        onWait();
-        return m_inFlight.enter();
-    }
+    bool busCongested() const { return m_activeObject.busCongested(); }
 
-    /// There was no frame after all.
-    void giveRoomBack() { m_inFlight.leave(); }
+    /// Whether post would wait now.
+    bool full() const { return m_frames.full(); }
 
-    /// Posts a frame for which room was awaited.
-    void post(Frame frame) { m_frames.schedule(std::move(frame)); }
+    /// Waits for room and posts the frame. Once closed, the frame is dropped.
+    void post(Frame frame) { m_frames.post(std::move(frame)); }
 
 private:
     static const comm::FactoryPtr& checked(const comm::FactoryPtr& activeObjectFactory)
@@ -69,15 +52,8 @@ private:
         return activeObjectFactory;
     }
 
-    void evaluate(const Frame& frame)
-    {
-        m_inFlight.leave();
-        this->evaluateMsg(frame);
-    }
-
-    static constexpr std::chrono::milliseconds kRest{5};
+    static constexpr unsigned kMostInFlight = 64;
 
     const comm::ActiveObject m_activeObject;
-    io_manager::InFlightLimit m_inFlight{64};
-    common_::DelayedCallback<RstpInterfaceActiveObject, Frame> m_frames;
+    common_::HandOver<Frame> m_frames;
 };

@@ -9,6 +9,7 @@
 
 #include "RstpChannel.h"
 #include "RstpInterfaceActiveObject.h"
+#include "util/Thread.h"
 
 /// Reads the frames of an RSTP interface from its socket, each of them one datagram of at most 4096 bytes; what goes
 /// beyond is cut off by the socket. decodePayload is called on the reading thread.
@@ -23,19 +24,21 @@ public:
           m_socket{socket}
     {}
 
-    /// Reads one frame and posts it; waits before reading while too many are on the way. Returns false when there was
-    /// no frame to be had.
-    bool decodePayload()
+    /// Reads one frame and posts it. Waits, before reading, while the bus cannot keep up, and for room after it.
+    /// Returns false when there is no frame, or when the thread is to do something else.
+    bool decodePayload(const util::Thread& thread)
     {
-        if (!this->awaitRoom([this] { reportLag(Clock::now()); })) {
+        if (!awaitBus(thread)) {
             return false;
         }
         const auto length = m_socket.read(m_buffer.data(), m_buffer.size());
         if (length <= 0) {
-            this->giveRoomBack();
             m_logger.error("%s(%s): ERROR (DECODING): Nothing to read or PeerShutdown : %d (channel: %x)",
                            "decodePayload", "62", static_cast<int>(length), 0x33U);
             return false;
+        }
+        if (this->full()) {
+            reportLag(Clock::now());
         }
         postFirst(length);
         return true;
@@ -44,12 +47,23 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    bool awaitBus(const util::Thread& thread)
+    {
+        while (this->busCongested()) {
+            reportLag(Clock::now());
+            thread.sleep(kRest);
+            if (thread.getRequestedState() != util::Thread::State::run) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     void postFirst(ssize_t length)
     {
         try {
             this->post({m_buffer.begin(), m_buffer.begin() + length});
         } catch (const std::bad_alloc&) {
-            this->giveRoomBack();
             TRACE(s_rstpChannel, resource, "RSTP", "No memory for a frame of %zd bytes, it is lost", length);
         }
     }
@@ -63,6 +77,8 @@ private:
         }
         m_lastLag = now;
     }
+
+    static constexpr std::chrono::milliseconds kRest{5};
 
     const quor_logger& m_logger;
     UnixSocket::ISocketFileHandle& m_socket;

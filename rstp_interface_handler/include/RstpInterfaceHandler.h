@@ -57,7 +57,6 @@ public:
             ipl::ErrorStorage::ack();
             return;
         }
-        m_decoder->letGo();
         TRACE(s_rstpChannel, detail, kLabel, "Joining thread");
         if (m_thread->join()) {
             TRACE(s_rstpChannel, warning, kLabel, "IPL error at %s:%d! Couldn't join thread,reason=%s", kSource, 85,
@@ -86,7 +85,7 @@ public:
             TRACE(s_rstpChannel, resource, kLabel, "No memory!");
             return false;
         }
-        m_thread = tryAllocate<util::Thread>(threadName, *this);
+        m_thread = tryAllocate<util::Thread>(threadName, *this, [this] { m_decoder->close(); });
         if (!m_thread) {
             TRACE(s_rstpChannel, error, kLabel, "Couldn't allocate dispatch thread");
             return false;
@@ -180,7 +179,7 @@ private:
         }
         const auto events = entries[0].revents;
         if ((events & POLLIN) != 0) {
-            readFrames(events, counters);
+            readFrames(thread, events, counters);
             if (!m_socket.isOpen() && (events & kLost) == 0) {
                 thread.sleep(kRetryDelay); // or a peer that says goodbye again and again sets the pace
             }
@@ -194,13 +193,13 @@ private:
     }
 
     // One frame; from a peer that has gone everything it left behind.
-    void readFrames(short events, Counters& counters)
+    void readFrames(const util::Thread& thread, short events, Counters& counters)
     {
         bool more = true;
         while (more) {
             TRACE_AT(s_rstpChannel, detail, kLabel, kLoop, __LINE__, "Frame ready -> decode");
             ++counters.received;
-            more = m_decoder->decodePayload() && (events & kLost) != 0;
+            more = m_decoder->decodePayload(thread) && (events & kLost) != 0;
         }
     }
 

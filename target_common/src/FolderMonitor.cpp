@@ -43,15 +43,11 @@ std::uint32_t maskOf(const SNotifyEvents* selection)
 
 FolderMonitor::FolderMonitor(const comm::FactoryPtr& factory, std::function<void(std::string)> callback,
                              std::shared_ptr<SNotifyEvents> selection)
-    : m_callback{std::move(callback)},
-      m_paths{this, &FolderMonitor::deliver, factory},
-      m_inFlight{kMostInFlight},
-      m_selection{std::move(selection)}
+    : m_paths{factory, kMostInFlight, std::move(callback)}, m_selection{std::move(selection)}
 {}
 
 FolderMonitor::~FolderMonitor()
 {
-    m_inFlight.close();
     if (m_thread) {
         stopThread();
     }
@@ -83,12 +79,14 @@ void FolderMonitor::stopThread()
 
 bool FolderMonitor::start(std::vector<std::string> folders)
 {
-    if (m_thread) {
+    if (m_thread && m_thread->running()) {
         TRACE(s_folderMonitorChannel, warning, kClass, "DataServerThread is started already");
         return false;
     }
     m_folders = std::move(folders);
-    m_thread = std::make_unique<util::Thread>("DataServerThread", *this);
+    if (!m_thread) {
+        m_thread = std::make_unique<util::Thread>("DataServerThread", *this, [this] { m_paths.close(); });
+    }
     if (m_thread->start()) {
         TRACE(s_folderMonitorChannel, resource, kClass, "Couldn't start DataServerThread,reason=%s",
               ipl::ErrorStorage::reason());
@@ -124,6 +122,8 @@ bool FolderMonitor::request(util::Thread::State state)
 void FolderMonitor::threadLoop(util::Thread const* const thread)
 {
     TRACE(s_folderMonitorChannel, detail, kClass, "called");
+    m_fdMonitor = {};
+    m_watches.clear();
     const io_manager::UniqueFd inotify{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
     if (!inotify.valid()) {
         TRACE(s_folderMonitorChannel, resource, kClass, "Failed to inotify fd");
@@ -183,7 +183,7 @@ void FolderMonitor::takeEvents(std::int32_t fd)
     }
     inotify_event event;
     std::memcpy(&event, buffer.data(), sizeof event);
-    if (event.mask == 0 || event.wd < 0) {
+    if (event.wd < 0 || (event.mask & maskOf(m_selection.get())) == 0) { // a folder that goes is no file
         return;
     }
     const auto* const name = buffer.data() + sizeof event;
@@ -193,25 +193,10 @@ void FolderMonitor::takeEvents(std::int32_t fd)
 void FolderMonitor::post(std::int32_t watch, const std::string& name)
 {
     for (std::size_t i = 0; i < m_watches.size(); ++i) {
-        if (m_watches[i] != watch) {
-            continue;
-        }
-        if (!m_inFlight.enter()) {
-            return;
-        }
-        try {
-            m_paths.schedule(m_folders[i] + "/" + name);
-        } catch (const std::bad_alloc&) {
-            m_inFlight.leave();
-            throw;
+        if (m_watches[i] == watch) {
+            m_paths.post(m_folders[i] + "/" + name);
         }
     }
-}
-
-void FolderMonitor::deliver(std::string path)
-{
-    m_inFlight.leave();
-    m_callback(std::move(path));
 }
 
 void FolderMonitor::onFdError(std::int32_t)

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,7 +17,9 @@
 #include "conn_common/DelayedCallback.h"
 #include "conn_common/EasyCallAO.h"
 #include "conn_common/Function2AOEvent.h"
+#include "conn_common/HandOver.h"
 #include "conn_common/SafeCallbackProxy.h"
+#include "util/Thread.h"
 
 namespace {
 
@@ -69,6 +72,62 @@ TEST(DelayedCallback, ArgumentsAreReleasedWhetherTheirEventsRunOrNot)
     callback.schedule(calls); // an active object that has ended
     EXPECT_EQ(calls.use_count(), 1);
     EXPECT_EQ(*calls, 1);
+}
+
+TEST(HandOver, SlotIsFreeOnceItsWorkIsTakenOrDestroyed)
+{
+    const TestActiveObject ao;
+    int taken = 0;
+    std::optional<common_::HandOver<int>> handOver;
+    const auto fill = [&] {
+        handOver.emplace(ao.factory(), 2, [&](int work) {
+            taken += work;
+            EXPECT_FALSE(handOver->full()) << "the target may post";
+        });
+        EXPECT_TRUE(handOver->post(1) && !handOver->full() && handOver->post(2) && handOver->full());
+    };
+    ao.run(fill);
+    ao.drain();
+    EXPECT_EQ(taken, 3);
+    ao.run(fill);
+    ao.run([&] {
+        fill(); // the queue outlives the hand-over whose work it holds
+        handOver.reset();
+        fill();
+        ao.stop(); // the work is destroyed unrun
+    });
+    EXPECT_TRUE(test_support::eventually([&] { return !handOver->full(); }));
+    EXPECT_TRUE(handOver->post(1) && handOver->post(1) && handOver->post(1)) << "the active object has ended";
+    EXPECT_EQ(taken, 6);
+}
+
+TEST(HandOver, PostWaitsForRoomUntilItsThreadIsToStop)
+{
+    const TestActiveObject ao;
+    int taken = 0;
+    std::atomic<int> posted{0};
+    common_::HandOver<int> handOver{ao.factory(), 3, [&](int) { ++taken; }};
+    util::Thread reader{"Reader",
+                        [&] {
+                            while (handOver.post(0)) {
+                                ++posted;
+                            }
+                        },
+                        [&] { handOver.close(); }};
+    ao.run([&] {
+        EXPECT_FALSE(reader.start());
+        EXPECT_TRUE(test_support::eventually([&] { return handOver.full(); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds{50});
+        EXPECT_EQ(posted, 3);
+    });
+    EXPECT_TRUE(test_support::eventually([&] { return posted > 1000; }));
+    ao.run([&] {
+        reader.requestStop();
+        EXPECT_FALSE(reader.join());
+    });
+    ao.drain();
+    EXPECT_EQ(taken, posted);
+    EXPECT_FALSE(handOver.post(0));
 }
 
 TEST(PostedFunction, RunsOnceAndNotWithoutItsOwnerOrActiveObject)

@@ -15,6 +15,7 @@
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "Eventually.h"
+#include "FewDescriptors.h"
 #include "TestActiveObject.h"
 
 using namespace std::chrono_literals;
@@ -126,6 +127,28 @@ TEST_F(FolderMonitorTest, FilesAreToldOfUnderTheFolderAsItWasListed)
     EXPECT_TRUE(told({longest}));
     touch(two + "/f");
     EXPECT_TRUE(told({longest, two + "//f", two + "/f"}));
+}
+
+TEST_F(FolderMonitorTest, FolderThatIsRemovedIsNotReportedAsAFile)
+{
+    start({one, two});
+    std::filesystem::remove(one);
+    ASSERT_TRUE(eventually([this] { return lines("onFdReadReady") == 1; }));
+    touch(two + "/f");
+    EXPECT_TRUE(told({two + "/f"}));
+}
+
+TEST_F(FolderMonitorTest, StartsAgainAfterItsThreadHasEndedByItself)
+{
+    {
+        const FewDescriptors noneForInotify{1};
+        ASSERT_TRUE(monitor->start({two}));
+        ASSERT_TRUE(log.waitFor("Failed to inotify fd"));
+    }
+    ASSERT_TRUE(eventually([this] { return monitor->start({one}); }));
+    ASSERT_TRUE(eventually([this] { return lines("Monitoring fd=") == 2; }));
+    touch(one + "/f");
+    EXPECT_TRUE(told({one + "/f"}));
 }
 
 TEST_F(FolderMonitorTest, PauseHoldsEverythingBackAndDoesNotDelayTheEnd)

@@ -57,12 +57,11 @@ const char* textOf(EProcState state)
 CProcMonitor::CProcMonitor(const comm::FactoryPtr& factory, IIdsm& idsm, common_::ISynchronizedTimerFactory& timers,
                            const SProcSampling& sampling, std::size_t busiest)
     : m_procStates{factory, [this](const SProcess& process) { onNewProcState(process.id, process.state); }},
-      m_samples{this, &CProcMonitor::takeProcesses, factory},
       m_crashMonitor{factory, [this](const std::string& path) { onProcCrashed(path); },
                      std::make_shared<common_::SNotifyEvents>(common_::SNotifyEvents{.create = true})},
       m_idsm{idsm},
       m_busiest{busiest},
-      m_scanner{[this](Processes processes) { m_samples.schedule(std::move(processes)); }, sampling},
+      m_scanner{factory, [this](Processes processes) { onCpuRamUsageCalculated(std::move(processes)); }, sampling},
       m_cpuRamReportingTimer{timers.createTimer(kReportingPeriod, [this](void*) { onCpuRamReportingTimerExpired(); })}
 {}
 
@@ -80,12 +79,6 @@ bool CProcMonitor::start()
     TRACE(s_hostSensorChannel, warning, kClass, "Process start/stop event is deactivated.");
     TRACE(s_hostSensorChannel, warning, kClass, "Process crash event is deactivated.");
     return m_started;
-}
-
-void CProcMonitor::takeProcesses(Processes processes)
-{
-    m_scanner.taken();
-    onCpuRamUsageCalculated(std::move(processes));
 }
 
 void CProcMonitor::onCpuRamUsageCalculated(Processes processes)

@@ -50,13 +50,11 @@ public:
     void onProcCrashed(const std::string& path);
 
 private:
-    void takeProcesses(Processes processes);
     void reportProcesses(std::size_t count);
 
     Processes m_pendingReports;
     common_::DelayedCallbackBase<SProcess> m_procStates; ///< switched off: nothing schedules it
-    common_::DelayedCallback<CProcMonitor, Processes> m_samples;
-    common_::FolderMonitor m_crashMonitor; ///< switched off: not started
+    common_::FolderMonitor m_crashMonitor;               ///< switched off: not started
     IIdsm& m_idsm;
     const std::size_t m_busiest;
     bool m_started = false;

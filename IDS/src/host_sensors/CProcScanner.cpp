@@ -19,6 +19,7 @@ namespace {
 constexpr auto kClass = "ids::CProcMonitor";
 constexpr auto kLoop = "operator()";
 
+constexpr unsigned kMostInFlight = 1;
 constexpr double kBusyPercent = 30.0;
 constexpr std::size_t kScanNameSize = 32;
 constexpr std::int32_t kRamMask = 0xFFFF;
@@ -65,16 +66,11 @@ bool isBusy(double totalCpuUsage)
     return totalCpuUsage > kBusyPercent;
 }
 
-CProcScanner::CProcScanner(Deliver deliver, const SProcSampling& sampling)
-    : m_deliver{std::move(deliver)}, m_sampling{sampling}, m_thread{"IdsProcScan", [this] { run(); }}
+CProcScanner::CProcScanner(const comm::FactoryPtr& factory, Take take, const SProcSampling& sampling)
+    : m_sampling{sampling},
+      m_busy{factory, kMostInFlight, std::move(take)},
+      m_thread{"IdsProcScan", [this] { run(); }, [this] { m_busy.close(); }}
 {}
-
-CProcScanner::~CProcScanner()
-{
-    m_thread.requestStop();
-    m_inFlight.close();
-    m_thread.join();
-}
 
 bool CProcScanner::start()
 {
@@ -111,18 +107,8 @@ void CProcScanner::cycle()
     if (elapsed < least) {
         m_thread.sleep(std::chrono::seconds{least - elapsed});
     }
-    if (isBusy(total) && m_inFlight.enter()) {
-        deliver(std::move(processes));
-    }
-}
-
-void CProcScanner::deliver(Processes processes)
-{
-    try {
-        m_deliver(std::move(processes));
-    } catch (const std::bad_alloc&) {
-        m_inFlight.leave();
-        throw;
+    if (isBusy(total)) {
+        m_busy.post(std::move(processes));
     }
 }
 

@@ -20,11 +20,10 @@ using asi::connectivity::ids::FirewallDropPacketInfo;
 
 CFirewall::CFirewall(const comm::FactoryPtr& factory, IIdsInformationAsiService& information, IIdsm& idsm,
                      common_::ISynchronizedTimerFactory& timers)
-    : m_batches{this, &CFirewall::takeBatch, factory},
-      m_information{information},
+    : m_information{information},
       m_idsm{idsm},
       m_statisticsTimer{timers.createTimer(kStatisticsPeriod, [this](void*) { onTimerExpired(); })},
-      m_task{[this](DroppedPackets packets) { m_batches.schedule(std::move(packets)); }}
+      m_task{factory, [this](DroppedPackets packets) { onDroppedPackets(std::move(packets)); }}
 {}
 
 void CFirewall::start()
@@ -34,7 +33,9 @@ void CFirewall::start()
     }
     TRACE(s_sensorChannel, progress, kClass, "Start Firewall NFLOG.");
     m_started = m_task.start();
-    startStatisticsTimer();
+    if (m_statisticsTimer != nullptr && !m_statisticsTimer->isRunning()) {
+        m_statisticsTimer->start();
+    }
 }
 
 void CFirewall::startStatisticsTimer()
@@ -42,12 +43,6 @@ void CFirewall::startStatisticsTimer()
     if (m_statisticsTimer != nullptr) {
         m_statisticsTimer->start();
     }
-}
-
-void CFirewall::takeBatch(DroppedPackets packets)
-{
-    m_task.taken();
-    onDroppedPackets(std::move(packets));
 }
 
 void CFirewall::onDroppedPackets(DroppedPackets packets)

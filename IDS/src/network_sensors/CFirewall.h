@@ -6,7 +6,6 @@
 #include "CNfLogTask.h"
 #include "INetlinkListener.h"
 #include "comm/ActiveObject.h"
-#include "conn_common/DelayedCallback.h"
 #include "conn_common/ISynchronizedTimerFactory.h"
 #include "ids/IIdsInformationAsiService.h"
 #include "ids/IIdsm.h"
@@ -24,7 +23,7 @@ public:
     CFirewall(const comm::FactoryPtr& factory, IIdsInformationAsiService& information, IIdsm& idsm,
               common_::ISynchronizedTimerFactory& timers);
 
-    /// Starts the netlink task and the statistics. Once started, further calls change nothing.
+    /// Starts the netlink task and the statistics. A later call tries again what has failed and changes nothing else.
     void start();
 
     void onDroppedPackets(DroppedPackets packets) override;
@@ -39,7 +38,6 @@ private:
         invalidPortUdp = 3
     };
 
-    void takeBatch(DroppedPackets packets);
     void onTimerExpired();
     void startStatisticsTimer();
     void reportPacket(const SFirewallStatistics& record);
@@ -47,7 +45,6 @@ private:
     void report(const SFirewallStatistics& record);
     void publish(FirewallDropType type, const SFirewallStatistics& record);
 
-    common_::DelayedCallback<CFirewall, DroppedPackets> m_batches;
     std::uint32_t m_dropCount = 0;
     IIdsInformationAsiService& m_information;
     IIdsm& m_idsm;

@@ -5,8 +5,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <new>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -24,7 +22,7 @@ constexpr unsigned kMostInFlight = 64;
 /// Half a second of 100,000 drops per second: the kernel counts about 200 bytes for each, and grants twice the number.
 constexpr int kReceiveBuffer = 8 << 20;
 constexpr int kLossPollMs = 1000;
-constexpr int kRestMs = 10; // the kernel itself may hold a packet back for a second
+constexpr std::chrono::milliseconds kRest{10}; // the kernel itself may hold a packet back for a second
 
 std::uint32_t wallClockSeconds()
 {
@@ -33,27 +31,16 @@ std::uint32_t wallClockSeconds()
 
 } // namespace
 
-CNfLogTask::CNfLogTask(Deliver deliver)
-    : m_deliver{std::move(deliver)},
-      m_buffer(kDatagramBuffer),
+CNfLogTask::CNfLogTask(const comm::FactoryPtr& factory, Take take)
+    : m_buffer(kDatagramBuffer),
       m_exchange{[this](const NfLogRequest& request) { return send(request); }, wallClockSeconds, m_store},
-      m_inFlight{kMostInFlight},
-      m_wake{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)},
-      m_thread{"IdsNfLog", [this] { run(); }}
+      m_batches{factory, kMostInFlight, std::move(take)},
+      m_thread{"IdsNfLog", [this] { run(); }, [this] { m_batches.close(); }}
 {}
-
-CNfLogTask::~CNfLogTask()
-{
-    m_thread.requestStop();
-    m_inFlight.close();
-    ::eventfd_write(m_wake.get(), 1);
-    m_thread.join();
-}
 
 bool CNfLogTask::start()
 {
-    if (!m_wake.valid()) { // a thread that nothing can wake is not started
-        TRACE(s_sensorChannel, resource, kClass, "Can't create wake descriptor!");
+    if (!watch(m_thread.stateDescriptor(), [] {})) { // a thread that nothing can wake is not started
         return false;
     }
     if (m_thread.start()) {
@@ -73,7 +60,7 @@ void CNfLogTask::run()
     }
     TRACE(s_sensorChannel, progress, kClass, "Socket is open (fd: %d).", m_socket.fd);
     prepareSocket();
-    watch();
+    listen();
     IDS::NlHelpers::closeSocket(std::exchange(m_socket.fd, -1));
 }
 
@@ -97,56 +84,52 @@ void CNfLogTask::enlargeReceiveBuffer() const
     TRACE(s_sensorChannel, progress, kClass, "Receive buffer: %d bytes.", granted);
 }
 
-void CNfLogTask::watch()
+bool CNfLogTask::watch(std::int32_t descriptor, std::function<void()> callback)
 {
-    TRACE(s_sensorChannel, progress, kClass, "NFLOG group count: %zu", kBoundGroups.size());
-    io_manager::CFdManager watcher;
     io_manager::EFdError error;
-    if (!watcher.addFileDescriptor(
-            m_socket.fd, [this] { onReadable(); }, error) ||
-        !watcher.addFileDescriptor(
-            m_wake.get(), [] {}, error))
-    {
+    const bool added = m_watcher.addFileDescriptor(descriptor, std::move(callback), error);
+    if (!added) {
         TRACE(s_sensorChannel, error, kClass, "Can't add file descriptor! (error: %u)", static_cast<unsigned>(error));
     }
+    return added;
+}
+
+void CNfLogTask::listen()
+{
+    TRACE(s_sensorChannel, progress, kClass, "NFLOG group count: %zu", kBoundGroups.size());
+    watch(m_socket.fd, [this] { onReadable(); });
     if (m_exchange.begin()) {
-        loop(watcher);
+        loop();
     }
 }
 
-void CNfLogTask::loop(io_manager::CFdManager& watcher)
+// Under a flood, waking for each datagram costs more than reading it, here and on the active object.
+void CNfLogTask::loop()
 {
-    while (pass(watcher, lossesWait() ? kLossPollMs : -1)) {
+    while (pass(lossesWait() ? kLossPollMs : -1)) {
         while (m_datagramRead) {
-            if (!pass(watcher, 0)) {
+            if (!pass(0)) {
                 return;
             }
         }
         reportLosses();
-        rest();
+        m_thread.sleep(kRest);
     }
 }
 
-bool CNfLogTask::pass(io_manager::CFdManager& watcher, int timeoutMs)
+bool CNfLogTask::pass(int timeoutMs)
 {
     if (m_thread.stopRequested()) {
         return false;
     }
     m_datagramRead = false;
     io_manager::EFdError error;
-    if (!watcher.wait(error, timeoutMs)) {
+    if (!m_watcher.wait(error, timeoutMs)) {
         TRACE(s_sensorChannel, error, kClass, "Can't monitor file descriptor! (error: %u)",
               static_cast<unsigned>(error));
         return false;
     }
     return true;
-}
-
-// Under a flood, waking for each datagram costs more than reading it, here and on the active object.
-void CNfLogTask::rest() const
-{
-    pollfd wake{m_wake.get(), POLLIN, 0};
-    ::poll(&wake, 1, kRestMs);
 }
 
 bool CNfLogTask::lossesWait() const
@@ -184,9 +167,7 @@ void CNfLogTask::takeDatagram()
     if (datagram.cut) {
         m_cuts.count(CLossReport::Clock::now());
     }
-    if (m_inFlight.enter()) {
-        m_deliver(std::move(datagram.packets));
-    }
+    m_batches.post(std::move(datagram.packets));
 }
 
 bool CNfLogTask::send(const NfLogRequest& request) const

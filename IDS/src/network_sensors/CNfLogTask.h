@@ -9,54 +9,48 @@
 #include "CNfLogExchange.h"
 #include "INetlinkListener.h"
 #include "NlSocket.h"
+#include "comm/ActiveObject.h"
+#include "conn_common/HandOver.h"
 #include "io_manager/CFdManager.h"
-#include "io_manager/InFlightLimit.h"
-#include "io_manager/UniqueFd.h"
 #include "util/Thread.h"
 
 namespace ids {
 
-/// The firewall's netlink thread: reads what the packet filter logs and delivers it in batches, one for each datagram.
+/// The firewall's netlink thread: reads what the packet filter logs and hands it over in batches, one for each
+/// datagram.
 ///
-/// start and the destructor are called by the owner, taken and recycle by the active object that the batches go to,
-/// deliver runs on the netlink thread. While 64 batches are on the way nothing is read; what does not fit into the
-/// kernel's buffer then is lost and logged. Errors of the socket end the thread, and nothing is read any more.
+/// start and the destructor are called by the owner, recycle by the active object, which take runs on. While 64 batches
+/// are on the way nothing is read; what does not fit into the kernel's buffer then is lost and logged. Errors of the
+/// socket end the thread, and nothing is read any more. Destruction ends the thread at once wherever it waits.
 class CNfLogTask
 {
 public:
-    using Deliver = std::function<void(DroppedPackets)>;
+    using Take = std::function<void(DroppedPackets)>;
 
-    explicit CNfLogTask(Deliver deliver);
-
-    /// Ends the thread at once, also when the active object is not taking batches.
-    ~CNfLogTask();
+    CNfLogTask(const comm::FactoryPtr& factory, Take take);
     CNfLogTask(const CNfLogTask&) = delete;
     CNfLogTask& operator=(const CNfLogTask&) = delete;
 
     /// Returns false when there is no thread to be had; it may be tried again.
     bool start();
 
-    /// A batch has reached the active object.
-    void taken() { m_inFlight.leave(); }
-
-    /// The records of a batch are not needed any more, and as they were delivered.
+    /// The records of a batch are not needed any more.
     void recycle(DroppedPackets packets) { m_store.giveBack(std::move(packets)); }
 
 private:
     void run();
     void prepareSocket() const;
     void enlargeReceiveBuffer() const;
-    void watch();
-    void loop(io_manager::CFdManager& watcher);
-    bool pass(io_manager::CFdManager& watcher, int timeoutMs);
-    void rest() const;
+    bool watch(std::int32_t descriptor, std::function<void()> callback);
+    void listen();
+    void loop();
+    bool pass(int timeoutMs);
     bool lossesWait() const;
     void reportLosses();
     void onReadable();
     void takeDatagram();
     bool send(const NfLogRequest& request) const;
 
-    const Deliver m_deliver;
     IDS::NlSocket m_socket;
     std::vector<std::uint8_t> m_buffer;
     CRecordStore m_store;
@@ -65,9 +59,9 @@ private:
     CLossReport m_overruns{"receive buffer overrun"};
     CLossReport m_cuts{"datagram cut or malformed"};
     CLossReport m_shortages{"out of memory"};
-    io_manager::InFlightLimit m_inFlight;
-    const io_manager::UniqueFd m_wake;
-    util::Thread m_thread;
+    io_manager::CFdManager m_watcher;
+    common_::HandOver<DroppedPackets> m_batches;
+    util::Thread m_thread; ///< last, so that the thread ends before what it uses
 };
 
 } // namespace ids

@@ -9,10 +9,9 @@
 #include <vector>
 
 #include "comm/ActiveObject.h"
-#include "conn_common/DelayedCallback.h"
+#include "conn_common/HandOver.h"
 #include "conn_common/UniversalListenerAndSubject.h"
 #include "io_manager/INlEvent.h"
-#include "io_manager/InFlightLimit.h"
 #include "io_manager/UniqueFd.h"
 #include "io_manager/util/IoManRunner.h"
 
@@ -58,15 +57,14 @@ private:
     ssize_t peekLength() const;
     void take(std::size_t length);
     void receive(std::size_t length);
-    void deliver(SDatagram datagram);
+    void deliver(const SDatagram& datagram);
 
     const std::shared_ptr<io_manager::IoManRunner> m_runner;
     io_manager::UniqueFd m_socket;
     std::uint32_t m_port = 0;
     std::atomic<std::uint32_t> m_sequence{0};
     std::map<std::string, std::uint32_t> m_sequences;
-    io_manager::InFlightLimit m_inFlight;
-    DelayedCallback<Nl, SDatagram> m_received;
+    HandOver<SDatagram> m_received;
 };
 
 } // namespace common_

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "comm/ActiveObject.h"
-#include "conn_common/DelayedCallback.h"
-#include "io_manager/InFlightLimit.h"
+#include "conn_common/HandOver.h"
 #include "iplbase/NonCopyable.h"
 #include "target_common/FdMonitor.h"
 #include "target_common/IFdMonitorListener.h"
@@ -37,7 +36,8 @@ public:
     /// Returns at once, also when the active object takes no paths.
     ~FolderMonitor() override;
 
-    /// Watches the folders from now on. Returns false when there is no thread to be had, or when it was started before.
+    /// Watches the folders from now on. Returns false when no thread is available, or while it is started. A thread
+    /// that ended by itself, which the log shows, can be started again.
     bool start(std::vector<std::string> folders);
 
     /// Nothing is told until resume; the kernel keeps what happens meanwhile. Returns false when not started.
@@ -55,13 +55,10 @@ private:
     void watch(const util::Thread& thread, std::int32_t inotify);
     void takeEvents(std::int32_t fd);
     void post(std::int32_t watch, const std::string& name);
-    void deliver(std::string path);
     bool request(util::Thread::State state);
     void stopThread();
 
-    const std::function<void(std::string)> m_callback;
-    DelayedCallback<FolderMonitor, std::string> m_paths;
-    io_manager::InFlightLimit m_inFlight;
+    HandOver<std::string> m_paths;
     FdMonitor m_fdMonitor;
     const std::shared_ptr<SNotifyEvents> m_selection;
     std::vector<std::string> m_folders;

@@ -80,7 +80,7 @@ protected:
     }
     static Processes sample(const SProcSampling& sampling = kAtOnce)
     {
-        return CProcScanner{[](const Processes&) {}, sampling}.sample().processes;
+        return CProcScanner{nullptr, [](const Processes&) {}, sampling}.sample().processes;
     }
 
     CapturedLog log;

@@ -10,6 +10,7 @@
 #include "CapturedLog.h"
 #include "Eventually.h"
 #include "FailingAllocation.h"
+#include "FewDescriptors.h"
 #include "ManualTimers.h"
 #include "NetworkNamespace.h"
 #include "TestActiveObject.h"
@@ -101,6 +102,29 @@ TEST_F(CFirewallTest, StatisticsGoOutEveryTenSecondsWithTheLowBitsOfTheCount)
         EXPECT_EQ(reports.packetCount, 0);
         EXPECT_EQ(reports.ids, (Ids{0x9711, 0x9711}));
     });
+}
+
+TEST_F(CFirewallTest, StartThatFailsIsTriedAgainWithoutMovingThePeriod)
+{
+    ao.run([this] {
+        {
+            const FewDescriptors none{0};
+            make();
+            firewall->start();
+        }
+        tracing::setThresholds("*=5"); // the recorder needs memory as well
+        timers.advance(5s);
+        {
+            const FailingAllocation noEntry{FailingAllocation::Kind::throwing}; // for the descriptor that wakes
+            firewall->start();
+        }
+        tracing::setThresholds("*=0");
+        timers.advance(5s);
+        EXPECT_EQ(reports.ids, (Ids{0x9711}));
+        EXPECT_EQ(log.count("CON_IDS_SENSOR_ETH", tracing::Level::progress, "Socket is open"), 0U);
+        firewall->start();
+    });
+    EXPECT_TRUE(log.waitFor("Socket is open"));
 }
 
 TEST_F(CFirewallTest, WhateverLacksMemoryIsSkippedAndTheRestGoesOn)

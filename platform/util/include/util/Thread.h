@@ -16,9 +16,9 @@ namespace util {
 /// A thread with a name that `ps -L` and a debugger show. It runs one function once.
 ///
 /// start, requestStateChange and join are called by the owner, the const operations by the function, which looks at the
-/// requested state in good time. A runnable that waits does so in sleep or enterPause, or watches stateDescriptor, and
-/// is thus woken by a request; waking a plain function that waits is its owner's business. The destructor asks for the
-/// stop and joins.
+/// requested state in good time. A function that waits does so in sleep or enterPause, or watches stateDescriptor, and
+/// is thus woken by a request; what else it may wait for is ended by onStop. The destructor asks for the stop and
+/// joins.
 class Thread
 {
 public:
@@ -29,18 +29,22 @@ public:
         stop = 2
     };
 
-    /// The name is cut at 15 characters, the most that Linux keeps. Nothing runs before start.
-    Thread(std::string name, std::function<void()> function);
+    /// The name is cut at 15 characters, the most that Linux keeps. Nothing runs before start. onStop is called by each
+    /// request to stop the started thread, on the requesting thread.
+    Thread(std::string name, std::function<void()> function, std::function<void()> onStop = {});
 
     /// As above; the runnable is given this thread.
-    Thread(std::string name, IRunnableT<Thread const* const>& runnable);
+    Thread(std::string name, IRunnableT<Thread const* const>& runnable, std::function<void()> onStop = {});
     ~Thread();
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    /// Starts the thread. Returns true on error: no thread to be had, or started and not joined yet (the reason is in
-    /// ipl::ErrorStorage).
+    /// Starts the thread; one whose function has returned starts again. Returns true on error: the system has no thread
+    /// or descriptor left, or the function is running (the reason is in ipl::ErrorStorage).
     bool start();
+
+    /// Whether the function has been started and has not returned.
+    bool running() const { return m_running; }
 
     /// Asks the thread for another state. Returns true on error: the thread is not started, or is to stop, which
     /// nothing takes back (the reason is in ipl::ErrorStorage).
@@ -56,9 +60,9 @@ public:
     /// Waits for this time, or until something else than running is requested.
     void sleep(std::chrono::microseconds time) const;
 
-    /// A runnable's descriptor to wait on: readable while something else than running is requested. Negative when the
-    /// system had none left.
-    int stateDescriptor() const { return m_stateDescriptor; }
+    /// A descriptor to wait on: readable while something else than running is requested. A started thread always has
+    /// it; before, the result is negative, with the reason in errno, when the system has none left.
+    int stateDescriptor() const;
 
     /// Waits for the function to return; at once when the thread was never started or is joined already. Returns true
     /// on error: the thread cannot join itself (the reason is in ipl::ErrorStorage).
@@ -69,10 +73,12 @@ private:
 
     std::string m_name;
     std::function<void()> m_function;
+    std::function<void()> m_onStop;
     mutable osal::Mutex m_mutex;
     mutable std::condition_variable m_changed;
     std::atomic<State> m_requested{State::run};
-    int m_stateDescriptor = -1;
+    std::atomic<bool> m_running{false};
+    mutable int m_stateDescriptor = -1; ///< made when it is first asked for
     std::thread m_thread;
 };
 
