@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::uint8_t> buffer{data, data + size};
     const auto headers = IDS::NlHelpers::getNlMsgHdrs(buffer, size);
     const auto check = common_::checkMessages(buffer, 1, 0);
-    const auto sorted = check.responses.size() + check.unsolicited.size() + (check.end != nullptr ? 1 : 0);
+    const auto sorted = check.responses + check.unsolicited;
     if (end > size || headers.size() != messages || sorted > messages) {
         std::abort();
     }

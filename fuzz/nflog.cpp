@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <vector>
+#include <span>
 
 #include "CNfLogExchange.h"
 #include "NfLogDatagram.h"
@@ -13,8 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz_support::logIntoNothing();
 
     ids::CRecordStore store;
-    std::vector<std::uint8_t> buffer{data, data + size};
-    const auto datagram = ids::parseNfLogDatagram(buffer, size, store);
+    const std::span<const std::uint8_t> bytes{data, size};
+    const auto datagram = ids::parseNfLogDatagram(bytes, store);
     for (const auto& packet : datagram.packets) {
         if (packet->sourceAddress.size() != 16 || packet->sourcePort > 0xFFFF) {
             std::abort();
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ids::CNfLogExchange exchange{[](const ids::NfLogRequest&) { return true; }, [] { return 1U; }, store};
     exchange.begin();
     for (int round = 0; round < 6; ++round) {
-        exchange.onReceived(buffer, static_cast<std::int64_t>(size));
+        exchange.onReceived(bytes, 0);
     }
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "bareReceiver.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -37,7 +38,11 @@ int runBareReceiver()
     std::vector<std::uint8_t> buffer(8192);
     exchange.begin();
     while (exchange.state() != ids::NfLogState::Listen) {
-        exchange.onReceived(buffer, IDS::NlHelpers::recvFrom(buffer, socket, 0));
+        sockaddr_nl own{};
+        socklen_t ownSize = sizeof own;
+        const auto received = IDS::NlHelpers::recvFrom(buffer, socket, 0);
+        ::getsockname(socket.fd, reinterpret_cast<sockaddr*>(&own), &ownSize);
+        exchange.onReceived({buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(received, 0))}, own.nl_pid);
     }
 
     constexpr std::uint16_t kPacket = NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_PACKET;

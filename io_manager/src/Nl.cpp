@@ -1,5 +1,6 @@
 #include "io_manager/Nl.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -11,6 +12,8 @@
 
 #include "io_manager/NetlinkWalk.h"
 #include "io_manager/NlCheck.h"
+#include "ipl/GlobalErrorHandler.h"
+#include "ipl/insist.h"
 #include "tracing/Channel.h"
 
 namespace common_ {
@@ -19,7 +22,6 @@ namespace {
 tracing::Channel s_channel{"CON_LIB_NL", 7, 2};
 constexpr auto kClass = "common_::Nl";
 
-constexpr std::size_t kLongestDatagram = 8192;
 constexpr unsigned kMostInFlight = 64;
 constexpr int kReceiveBuffer = 1 << 20; // bytes; the kernel's default holds about 250 address changes
 constexpr unsigned kMostAtOnce = 256;
@@ -43,98 +45,76 @@ Nl::~Nl()
     // A read that waits for the active object, whose thread this is, has to give up first.
     m_received.close();
     if (m_runner != nullptr) {
-        m_runner->removeFileDescriptor(m_socket.get());
+        m_runner->removeFileDescriptor(m_socket.descriptor());
     }
 }
 
 void Nl::open(int protocol, std::uint32_t groups)
 {
-    m_socket = io_manager::UniqueFd{::socket(AF_NETLINK, SOCK_RAW, protocol)};
+    m_socket.adopt(::socket(AF_NETLINK, SOCK_RAW, protocol));
     if (!m_socket.valid()) {
         TRACE(s_channel, resource, kClass, "Socket error (%s)", std::strerror(errno));
         return;
     }
-    // Beyond the system's limit with CAP_NET_ADMIN; without it up to that limit.
-    if (::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) < 0) {
-        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
-    }
-    bind(groups);
-    if (::fcntl(m_socket.get(), F_SETFD, FD_CLOEXEC) < 0) {
-        TRACE(s_channel, error, kClass, "Cannot fcntl FD_CLOEXEC (%s)", std::strerror(errno));
-    }
-}
-
-void Nl::bind(std::uint32_t groups)
-{
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    address.nl_groups = groups;
-    if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+    m_socket.enlargeBuffer(kReceiveBuffer);
+    if (!m_socket.bind(groups)) {
         // Without its groups; the first request gives the socket a port all the same.
         TRACE(s_channel, resource, kClass, "Cannot talk to rtnetlink (%s)", std::strerror(errno));
-        return;
     }
-    learnPort();
-}
-
-void Nl::learnPort()
-{
-    sockaddr_nl address{};
-    socklen_t length = sizeof address;
-    if (::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-        m_port = address.nl_pid;
+    if (::fcntl(m_socket.descriptor(), F_SETFD, FD_CLOEXEC) < 0) {
+        TRACE(s_channel, error, kClass, "Cannot fcntl FD_CLOEXEC (%s)", std::strerror(errno));
     }
 }
 
 void Nl::watch()
 {
     if (m_runner == nullptr || !m_socket.valid()) {
-        TRACE(s_channel, resource, kClass, "not adding fd (%d,%d)", m_runner != nullptr ? 1 : 0, m_socket.get());
+        TRACE(s_channel, resource, kClass, "not adding fd (%d,%d)", m_runner != nullptr ? 1 : 0, m_socket.descriptor());
         return;
     }
     io_manager::EFdError error;
-    m_runner->addFileDescriptor(
-        m_socket.get(), [this] { read(); }, error);
+    if (!m_runner->addFileDescriptor(
+            m_socket.descriptor(), [this] { read(); }, error))
+    {
+        TRACE(s_channel, resource, kClass, "Cannot watch fd %d (error: %u), nothing is received", m_socket.descriptor(),
+              static_cast<unsigned>(error));
+    }
 }
 
 std::uint32_t Nl::sendRequest(const std::string& name, std::uint16_t type, std::uint16_t flags,
                               std::span<const std::uint8_t> body)
 {
     if (!m_socket.valid()) {
-        TRACE(s_channel, error, kClass, "fd unitialized (%d)", m_socket.get());
+        TRACE(s_channel, error, kClass, "fd unitialized (%d)", m_socket.descriptor());
         return 0;
     }
-    auto sequence = m_sequence.load() + 1;
-    if (sequence == 0) { // 0 is what the kernel's own notifications carry
-        sequence = 1;
-    }
-
     nlmsghdr header{};
     header.nlmsg_len = static_cast<std::uint32_t>(sizeof header + body.size());
     header.nlmsg_type = type;
     header.nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
-    header.nlmsg_seq = sequence;
-    std::vector<std::uint8_t> message(io_manager::netlinkAligned(header.nlmsg_len));
-    std::memcpy(message.data(), &header, sizeof header);
-    std::copy(body.begin(), body.end(), message.begin() + sizeof header);
+    auto* const sequence = ipl::insist({__FILE__, __LINE__, __func__}, "a request waits for memory", [&] {
+        m_request.assign(io_manager::netlinkAligned(header.nlmsg_len), 0);
+        return &m_sequences[name];
+    });
+    std::memcpy(m_request.data(), &header, sizeof header);
+    std::copy(body.begin(), body.end(), m_request.begin() + sizeof header);
+    m_dumping = sendAs(*sequence) && (flags & NLM_F_DUMP) == NLM_F_DUMP;
+    return *sequence;
+}
 
-    // Known before the kernel can answer.
-    m_sequence = sequence;
-    m_sequences[name] = sequence;
-
-    sockaddr_nl kernel{};
-    kernel.nl_family = AF_NETLINK;
-    if (::sendto(m_socket.get(), message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&kernel),
-                 sizeof kernel) < 0)
-    {
-        TRACE(s_channel, error, kClass, "Cannot send request (%s)", std::strerror(errno));
-        m_sequences.erase(name);
-        return 0;
+// Sends the request under the next sequence number, which is 0 when that fails.
+bool Nl::sendAs(std::uint32_t& sequence)
+{
+    sequence = std::max(m_sequence + 1, 1U); // 0 is what the kernel's own notifications carry
+    m_sequence = sequence;                   // known before the kernel can answer
+    m_incomplete = false;
+    std::memcpy(m_request.data() + offsetof(nlmsghdr, nlmsg_seq), &sequence, sizeof sequence);
+    if (m_socket.send(m_request)) {
+        return true;
     }
-    if (m_port == 0) {
-        learnPort();
-    }
-    return sequence;
+    TRACE(s_channel, error, kClass, "Cannot send request (%s)", std::strerror(errno));
+    sequence = 0;
+    return false;
 }
 
 std::uint32_t Nl::sequenceOf(const std::string& name) const
@@ -143,82 +123,106 @@ std::uint32_t Nl::sequenceOf(const std::string& name) const
     return found != m_sequences.end() ? found->second : 0;
 }
 
-// What has come meanwhile is read as well: a poll for each datagram would cost as much as reading it. The rest lets a
-// storm gather, which would wake both threads for each datagram otherwise.
+// The rest lets a storm gather, which would wake both threads for each datagram otherwise.
 void Nl::read()
 {
-    for (unsigned number = 0; number < kMostAtOnce; ++number) {
-        const auto length = peekLength();
-        if (length < 0) {
-            break;
-        }
-        take(static_cast<std::size_t>(length));
+    const auto expected = m_sequence.load(); // an overrun concerns no request that is sent meanwhile
+    const bool empty = m_socket.drain(kMostAtOnce, [this](const auto& received) { take(received); });
+    if (empty && std::exchange(m_overrun, false)) { // what the kernel still had has been read
+        m_received.post({expected, {}});
     }
     std::this_thread::sleep_for(kRest);
 }
 
-void Nl::take(std::size_t length)
+void Nl::take(const io_manager::SNetlinkDatagram& received)
 {
-    if (length > kLongestDatagram) {
-        TRACE(s_channel, error, kClass, "Packet from netlink is bigger than we can handle %zu > %zu", length,
-              kLongestDatagram);
-        ::recv(m_socket.get(), nullptr, 0, MSG_DONTWAIT); // or it would be peeked at for ever
+    using Kind = io_manager::SNetlinkDatagram::Kind;
+    if (received.kind == Kind::cut) {
+        TRACE(s_channel, error, kClass, "Packet from netlink is bigger than we can handle %zu > %zu", received.length,
+              m_socket.kLongest);
         return;
     }
-    TRACE(s_channel, detail, kClass, "peeked len: %zu", length);
-    receive(length);
-}
-
-ssize_t Nl::peekLength() const
-{
-    for (;;) {
-        const auto length = ::recv(m_socket.get(), nullptr, 0, MSG_PEEK | MSG_TRUNC | MSG_DONTWAIT);
-        if (length >= 0 || errno == EAGAIN) {
-            return length;
-        }
-        if (errno != EINTR) {
-            TRACE(s_channel, error, kClass, "recvmsg: %s", std::strerror(errno));
-            return length;
-        }
-    }
-}
-
-void Nl::receive(std::size_t length)
-{
-    SDatagram datagram{m_sequence, std::vector<std::uint8_t>(io_manager::netlinkAligned(length))};
-    sockaddr_nl sender{};
-    socklen_t senderLength = sizeof sender;
-    const auto received = ::recvfrom(m_socket.get(), datagram.bytes.data(), datagram.bytes.size(), MSG_DONTWAIT,
-                                     reinterpret_cast<sockaddr*>(&sender), &senderLength);
-    if (received < 0) {
-        TRACE(s_channel, error, kClass, "recvmsg: %s", std::strerror(errno));
+    if (received.kind != Kind::data) {
+        TRACE(s_channel, error, kClass, "recvmsg: %s", std::strerror(received.error));
+        m_overrun = m_overrun || received.kind == Kind::overrun;
         return;
     }
-    if (senderLength != sizeof sender) {
+    TRACE(s_channel, detail, kClass, "peeked len: %zu", received.length);
+    if (received.senderSize != sizeof(sockaddr_nl)) {
         TRACE(s_channel, error, kClass, "size mismatch");
         return;
     }
-    TRACE(s_channel, detail, kClass, "recv'd len: %zd, expecting %d", received, static_cast<int>(datagram.expected));
-    datagram.bytes.resize(static_cast<std::size_t>(received));
-    m_received.post(std::move(datagram));
+    post(received.bytes);
+}
+
+void Nl::post(std::span<const std::uint8_t> bytes)
+{
+    const auto expected = m_sequence.load();
+    TRACE_AT(s_channel, detail, kClass, "receive", __LINE__, "recv'd len: %zu, expecting %d", bytes.size(),
+             static_cast<int>(expected));
+    m_received.post(ipl::insist({__FILE__, __LINE__, __func__}, "a datagram waits for memory", [&] {
+        return SDatagram{expected, {bytes.begin(), bytes.end()}};
+    }));
 }
 
 void Nl::deliver(const SDatagram& datagram)
 {
-    const auto check = checkMessages(datagram.bytes, datagram.expected, m_port);
-    TRACE(s_channel, detail, kClass, "chk: %d, #resp: %zu, #urc: %zu", check.result, check.responses.size(),
-          check.unsolicited.size());
+    if (datagram.bytes.empty()) {
+        repeatDump(datagram.expected);
+        return;
+    }
+    const auto check = checkMessages(datagram.bytes, datagram.expected, m_socket.port());
+    TRACE(s_channel, detail, kClass, "chk: %d, #resp: %zu, #urc: %zu", check.result, check.responses,
+          check.unsolicited);
     if (check.result < 0) {
         TRACE(s_channel, error, kClass, "error %d on expected=%d", check.result, static_cast<int>(datagram.expected));
     }
-    for (const auto* const response : check.responses) {
-        notify(&INlEvent::nl_cmd_result, datagram.expected, 0, *response);
+    io_manager::forEachMessage(datagram.bytes, [&](std::span<const std::uint8_t> message) {
+        try {
+            deliverMessage(datagram.expected, message);
+        } catch (const std::bad_alloc&) {
+            m_incomplete = true;
+            ipl::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, "deliver", "a message is not handled");
+        }
+    });
+}
+
+void Nl::deliverMessage(std::uint32_t expected, std::span<const std::uint8_t> message)
+{
+    const auto& header = *reinterpret_cast<const nlmsghdr*>(message.data());
+    switch (classify(message, expected, m_socket.port())) {
+    case ENlMessage::unsolicited:
+        return notify(&INlEvent::nl_urc, header);
+    case ENlMessage::response:
+        return notify(&INlEvent::nl_cmd_result, expected, 0, header);
+    case ENlMessage::end:
+        return endDump(expected, header);
+    case ENlMessage::refused:
+        m_dumping = m_dumping && expected != m_sequence;
+        return notify(&INlEvent::nl_cmd_result, expected, -1, header);
+    case ENlMessage::acknowledged:
+    case ENlMessage::truncated:
+        return;
     }
-    if (check.end != nullptr) {
-        notify(&INlEvent::nl_cmd_result, datagram.expected, check.result, *check.end);
+}
+
+void Nl::endDump(std::uint32_t expected, const nlmsghdr& message)
+{
+    if (m_incomplete && m_dumping && expected == m_sequence) {
+        repeatDump(expected);
+        return;
     }
-    for (const auto* const message : check.unsolicited) {
-        notify(&INlEvent::nl_urc, *message);
+    m_dumping = m_dumping && expected != m_sequence;
+    notify(&INlEvent::nl_cmd_result, expected, 1, message);
+}
+
+void Nl::repeatDump(std::uint32_t expected)
+{
+    const auto request =
+        std::find_if(m_sequences.begin(), m_sequences.end(), [&](const auto& one) { return one.second == expected; });
+    if (m_dumping && expected == m_sequence && request != m_sequences.end()) {
+        TRACE(s_channel, warning, kClass, "%s is requested again, an answer is lost", request->first.c_str());
+        m_dumping = sendAs(request->second);
     }
 }
 

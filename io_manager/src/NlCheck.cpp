@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "io_manager/NetlinkSocket.h"
 #include "io_manager/NetlinkWalk.h"
 #include "tracing/Channel.h"
 
@@ -12,56 +13,69 @@ namespace {
 tracing::Channel s_channel{"CON_LIB_NLREQ", 7, 2};
 constexpr auto kClass = "common_::NlCheck";
 
-// Takes the message that says whether the kernel accepted the request.
-void checkError(SNlCheck& check, std::span<const std::uint8_t> message, const nlmsghdr* header)
+using Bytes = std::span<const std::uint8_t>;
+
+std::int32_t errorOf(Bytes message)
 {
-    if (message.size() < NLMSG_HDRLEN + sizeof(nlmsgerr)) {
-        TRACE(s_channel, error, kClass, "truncated");
-        return;
-    }
-    const auto error = io_manager::load<nlmsgerr>(message.subspan(NLMSG_HDRLEN));
-    if (error.error == 0) {
-        TRACE(s_channel, detail, kClass, "ACKed %d", static_cast<int>(header->nlmsg_seq));
-        return;
-    }
-    errno = static_cast<int>(-static_cast<std::int64_t>(error.error));
-    TRACE(s_channel, error, kClass, "%d (%s)", error.error, std::strerror(errno));
-    check.result = -1;
-    check.end = header;
+    return io_manager::load<nlmsgerr>(message.subspan(NLMSG_HDRLEN)).error;
 }
 
-void sort(SNlCheck& check, std::span<const std::uint8_t> message, std::uint32_t expected, std::uint32_t port)
+void count(SNlCheck& check, Bytes message, std::uint32_t expected, std::uint32_t port)
 {
-    const auto* const header = reinterpret_cast<const nlmsghdr*>(message.data());
-    if (expected == 0 || header->nlmsg_seq != expected || header->nlmsg_pid != port) {
-        TRACE(s_channel, detail, kClass, "unsolicited seq=%d", static_cast<int>(header->nlmsg_seq));
-        check.unsolicited.push_back(header);
+    const auto sequence = static_cast<int>(io_manager::load<nlmsghdr>(message).nlmsg_seq);
+    switch (classify(message, expected, port)) {
+    case ENlMessage::unsolicited:
+        TRACE(s_channel, detail, kClass, "unsolicited seq=%d", sequence);
+        ++check.unsolicited;
         return;
-    }
-    switch (header->nlmsg_type) {
-    case NLMSG_ERROR:
-        checkError(check, message, header);
-        break;
-    case NLMSG_DONE:
+    case ENlMessage::response:
+        TRACE(s_channel, detail, kClass, "expected");
+        ++check.responses;
+        return;
+    case ENlMessage::acknowledged:
+        TRACE(s_channel, detail, kClass, "ACKed %d", sequence);
+        return;
+    case ENlMessage::truncated:
+        TRACE(s_channel, error, kClass, "truncated");
+        return;
+    case ENlMessage::end:
         TRACE(s_channel, detail, kClass, "nlmsg_done");
         check.result = 1;
-        check.end = header;
-        break;
-    default:
-        TRACE(s_channel, detail, kClass, "expected");
-        check.responses.push_back(header);
+        return;
+    case ENlMessage::refused:
+        errno = static_cast<int>(-static_cast<std::int64_t>(errorOf(message)));
+        TRACE(s_channel, error, kClass, "%d (%s)", errorOf(message), std::strerror(errno));
+        check.result = -1;
     }
 }
 
 } // namespace
 
-SNlCheck checkMessages(std::span<const std::uint8_t> datagram, std::uint32_t expected, std::uint32_t port)
+ENlMessage classify(Bytes message, std::uint32_t expected, std::uint32_t port)
+{
+    const auto header = io_manager::load<nlmsghdr>(message);
+    if (!io_manager::isAnswer(header, expected, port)) {
+        return ENlMessage::unsolicited;
+    }
+    if (header.nlmsg_type == NLMSG_DONE) {
+        return ENlMessage::end;
+    }
+    if (header.nlmsg_type != NLMSG_ERROR) {
+        return ENlMessage::response;
+    }
+    if (message.size() < NLMSG_HDRLEN + sizeof(nlmsgerr)) {
+        return ENlMessage::truncated;
+    }
+    return errorOf(message) == 0 ? ENlMessage::acknowledged : ENlMessage::refused;
+}
+
+SNlCheck checkMessages(Bytes datagram, std::uint32_t expected, std::uint32_t port)
 {
     SNlCheck check;
-    const auto offset = io_manager::forEachMessage(
-        datagram, [&](std::span<const std::uint8_t> message) { sort(check, message, expected, port); });
-    TRACE(s_channel, progress, kClass, "counted urc:%zu, msg:%zu (off:%zu)", check.unsolicited.size(),
-          check.responses.size(), offset);
+    const auto offset =
+        io_manager::forEachMessage(datagram, [&](Bytes message) { count(check, message, expected, port); });
+    TRACE(s_channel, progress, kClass, "counted urc:%zu, msg:%zu (off:%zu)", check.unsolicited, check.responses,
+          offset);
     return check;
 }
 

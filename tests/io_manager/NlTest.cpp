@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstring>
 #include <linux/rtnetlink.h>
+#include <new>
 #include <set>
 #include <sys/socket.h>
 #include <thread>
@@ -12,6 +13,7 @@
 
 #include "CapturedLog.h"
 #include "Eventually.h"
+#include "FailingAllocation.h"
 #include "NetworkNamespace.h"
 #include "TestActiveObject.h"
 #include "io_manager/NlCheck.h"
@@ -42,11 +44,16 @@ struct SListener : common_::ListenerBase<common_::INlEvent>
 {
     void nl_cmd_result(std::uint32_t sequence, std::int32_t result, const nlmsghdr& message) override
     {
+        if (failures > 0) {
+            --failures;
+            throw std::bad_alloc{};
+        }
         calls.insert({sequence, result, message.nlmsg_type});
     }
     void nl_urc(const nlmsghdr& message) override { calls.insert({0, 0, message.nlmsg_type}); }
 
     std::set<std::tuple<std::uint32_t, std::int32_t, std::uint16_t>> calls;
+    unsigned failures = 0; ///< so many results find no memory
 };
 
 class NlTest : public ::testing::Test
@@ -64,13 +71,31 @@ protected:
             nl->addListener(&listener);
         });
     }
-    std::uint32_t requestLinks(int index, std::uint16_t flags)
+    std::uint32_t request(std::uint16_t type, std::uint16_t flags, int index = 0)
     {
         const ifinfomsg link{AF_UNSPEC, 0, 0, index, 0, 0};
         const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&link);
         std::uint32_t sequence = 0;
-        ao.run([&] { sequence = nl->sendRequest("request", RTM_GETLINK, flags, {bytes, sizeof link}); });
+        ao.run([&] { sequence = nl->sendRequest("request", type, flags, {bytes, sizeof link}); });
         return sequence;
+    }
+    std::uint32_t sequenceNow() const
+    {
+        std::uint32_t sequence = 0;
+        ao.run([&] { sequence = nl->sequenceOf("request"); });
+        return sequence;
+    }
+    /// More messages than the socket has room for, while nothing is taken. They have been read when it returns.
+    void overrun()
+    {
+        const auto before = log.count("CON_LIB_NL", tracing::Level::error, "recvmsg: No buffer space available");
+        ao.run([&] { send(64, 100, 5000); });
+        EXPECT_TRUE(eventually([&] {
+            send(64, 101);
+            return told(101);
+        }));
+        EXPECT_GT(log.count("CON_LIB_NL", tracing::Level::error, "recvmsg: No buffer space available"), before);
+        ao.run([this] { listener.calls.clear(); });
     }
     /// Stands for the kernel: sends a message to whoever receives the user group.
     void send(std::uint32_t size, std::uint16_t type, int count = 1) const
@@ -95,20 +120,62 @@ protected:
     test_support::TestActiveObject ao;
     SListener listener;
     std::shared_ptr<IoManRunner> runner = std::make_shared<IoManRunner>(std::make_shared<CFdManager>(), 60000);
-    const UniqueFd peer{::socket(AF_NETLINK, SOCK_RAW, NETLINK_USERSOCK)};
+    UniqueFd peer{::socket(AF_NETLINK, SOCK_RAW, NETLINK_USERSOCK)};
     std::unique_ptr<Nl> nl;
 };
 
 TEST_F(NlTest, RefusedRequestFailsAndTheNextGivesItsLinksAndThenItsEnd)
 {
     make(NETLINK_ROUTE, 0);
-    const auto refused = requestLinks(123456, 0);
+    const auto refused = request(RTM_GETLINK, 0, 123456);
     EXPECT_TRUE(eventually([&] { return told(NLMSG_ERROR, refused, -1); }));
-    const auto sequence = requestLinks(0, NLM_F_DUMP);
+    const auto sequence = request(RTM_GETLINK, NLM_F_DUMP);
     EXPECT_NE(sequence, refused);
     EXPECT_EQ(nl->sequenceOf("request"), sequence);
     EXPECT_TRUE(eventually([&] { return told(RTM_NEWLINK, sequence, 0); }));
     EXPECT_TRUE(eventually([&] { return told(NLMSG_DONE, sequence, 1); }));
+}
+
+TEST_F(NlTest, DumpIsRequestedAgainAfterAnOverrunUnlessItWasRefused)
+{
+    if (!network.entered()) {
+        GTEST_SKIP() << network.why();
+    }
+    peer = UniqueFd{::socket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE)};
+    make(NETLINK_ROUTE, kUserGroup);
+    const auto refused = request(RTM_MAX + 1, NLM_F_DUMP);
+    ASSERT_TRUE(eventually([&] { return told(NLMSG_ERROR, refused, -1); }));
+    overrun();
+    EXPECT_EQ(sequenceNow(), refused);
+    const auto unanswered = request(NLMSG_NOOP, NLM_F_DUMP);
+    overrun();
+    EXPECT_TRUE(eventually([&] { return sequenceNow() > unanswered; }));
+}
+
+TEST_F(NlTest, DumpIsRequestedAgainAfterAPartFoundNoMemory)
+{
+    make(NETLINK_ROUTE, 0);
+    ao.run([this] { listener.failures = 1; });
+    const auto first = request(RTM_GETLINK, NLM_F_DUMP);
+    EXPECT_TRUE(eventually([&] { return told(NLMSG_DONE, first + 1, 1); }));
+    EXPECT_TRUE(told(RTM_NEWLINK, first + 1, 0));
+    EXPECT_FALSE(told(NLMSG_DONE, first, 1));
+}
+
+TEST_F(NlTest, RefusedWatchLeavesALine)
+{
+    tracing::setThresholds("*=5"); // the recorder needs memory as well
+    const auto refused = [this] { return log.count("CON_LIB_NL", tracing::Level::resource, "Cannot watch fd") == 1; };
+    for (unsigned after = 0; after < 20 && !refused(); ++after) {
+        ao.run([&] {
+            const test_support::FailingAllocation failing{test_support::FailingAllocation::Kind::throwing, 1, after};
+            try {
+                nl = std::make_unique<Nl>(ao.factory(), NETLINK_ROUTE, 0, runner);
+            } catch (const std::bad_alloc&) { // one that is needed before
+            }
+        });
+    }
+    EXPECT_TRUE(refused());
 }
 
 TEST_F(NlTest, DatagramThatIsTooLongIsLostAndTheNextIsRead)
@@ -155,9 +222,8 @@ TEST(NlCheckTest, DatagramIsSplitIntoTheResponsesTheEndAndWhatWasNotAskedFor)
     }
     const auto check = checkMessages(datagram, kSequence, kPort);
     EXPECT_EQ(check.result, 1);
-    ASSERT_EQ(check.responses.size(), 1U) << "the acknowledgement is none";
-    EXPECT_EQ(check.responses[0]->nlmsg_len, 21U);
-    EXPECT_EQ(check.unsolicited.size(), 2U);
+    EXPECT_EQ(check.responses, 1U) << "the acknowledgement is none";
+    EXPECT_EQ(check.unsolicited, 2U);
 
     EXPECT_EQ(checkMessages(message(NLMSG_ERROR, 20), kSequence, kPort).result, 0) << "truncated";
 }

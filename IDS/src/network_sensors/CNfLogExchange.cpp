@@ -10,12 +10,15 @@
 
 #include "NlHelpers.h"
 #include "SensorChannels.h"
+#include "io_manager/NetlinkSocket.h"
 #include "io_manager/NetlinkWalk.h"
 
 namespace ids {
 namespace {
 
 constexpr auto kClass = "ids::CNfLogExchange";
+
+using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::uint16_t kConfigMessage = NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG;
 
@@ -53,41 +56,38 @@ bool CNfLogExchange::begin()
     return send(NFULNL_CFG_CMD_PF_BIND, 0);
 }
 
-SNfLogDatagram CNfLogExchange::onReceived(std::vector<std::uint8_t>& buffer, std::int64_t received)
+SNfLogDatagram CNfLogExchange::onReceived(Bytes datagram, std::uint32_t port)
 {
     switch (m_state) {
     case NfLogState::Bind:
-        onBindReply(findReply(buffer, received));
+        onBindReply(findReply(datagram, port));
         break;
     case NfLogState::RegGrps:
-        onGroupReply(findReply(buffer, received));
+        onGroupReply(findReply(datagram, port));
         break;
     case NfLogState::Listen:
         TRACE(s_sensorChannel, progress, kClass, "NFLOG update received.");
-        if (received >= 0) {
-            return parseNfLogDatagram(buffer, static_cast<std::uint64_t>(received), m_store);
-        }
-        break;
+        return parseNfLogDatagram(datagram, m_store);
     case NfLogState::Unbind:
-        onUnbindReply(findReply(buffer, received));
+        onUnbindReply(findReply(datagram, port));
         break;
     }
     return {};
 }
 
-std::optional<bool> CNfLogExchange::findReply(std::vector<std::uint8_t>& buffer, std::int64_t received) const
+std::optional<bool> CNfLogExchange::findReply(Bytes datagram, std::uint32_t port) const
 {
-    if (received < 0) {
-        return std::nullopt;
-    }
-    for (auto* const header : IDS::NlHelpers::getNlMsgHdrs(buffer, static_cast<std::uint64_t>(received))) {
-        constexpr std::size_t kShortestError = NLMSG_HDRLEN + sizeof(std::int32_t);
-        if (header->nlmsg_seq == m_lastSequence && IDS::NlHelpers::isNlMsgError(header) &&
-            header->nlmsg_len >= kShortestError) {
-            return io_manager::load<std::int32_t>({IDS::NlHelpers::getNlMsgData(header), sizeof(std::int32_t)}) == 0;
+    constexpr std::size_t kShortestError = NLMSG_HDRLEN + sizeof(std::int32_t);
+    std::optional<bool> acknowledged;
+    io_manager::forEachMessage(datagram, [&](Bytes message) {
+        const auto header = io_manager::load<nlmsghdr>(message);
+        if (!acknowledged && IDS::NlHelpers::isNlMsgError(&header) && message.size() >= kShortestError &&
+            io_manager::isAnswer(header, m_lastSequence, port))
+        {
+            acknowledged = io_manager::load<std::int32_t>(message.subspan(NLMSG_HDRLEN)) == 0;
         }
-    }
-    return std::nullopt;
+    });
+    return acknowledged;
 }
 
 void CNfLogExchange::onBindReply(std::optional<bool> acknowledged)

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <vector>
+#include <span>
 
 #include "INetlinkListener.h"
 #include "NfLogDatagram.h"
@@ -39,15 +39,15 @@ public:
     /// Asks for the address family. Returns false when the request did not go out.
     bool begin();
 
-    /// Takes the result of one receive: the number of bytes in the buffer, negative when there was nothing. Everything
-    /// but logged packets yields an empty result.
-    SNfLogDatagram onReceived(std::vector<std::uint8_t>& buffer, std::int64_t received);
+    /// Takes what one receive has brought, which may be nothing. port: the socket's, which replies carry. Everything
+    /// but logged packets yields an empty result. Only logged packets need memory.
+    SNfLogDatagram onReceived(std::span<const std::uint8_t> datagram, std::uint32_t port);
 
     NfLogState state() const { return m_state; }
 
 private:
     /// The first answer in the datagram to what was sent last: true for an ACK, false for a NACK.
-    std::optional<bool> findReply(std::vector<std::uint8_t>& buffer, std::int64_t received) const;
+    std::optional<bool> findReply(std::span<const std::uint8_t> datagram, std::uint32_t port) const;
 
     void onBindReply(std::optional<bool> acknowledged);
     void onGroupReply(std::optional<bool> acknowledged);

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <new>
 #include <sys/socket.h>
 #include <utility>
 
@@ -17,7 +15,7 @@ namespace {
 
 constexpr auto kClass = "ids::CNfLogTask";
 
-constexpr std::size_t kDatagramBuffer = 8192;
+constexpr unsigned kMostAtOnce = 4096;
 constexpr unsigned kMostInFlight = 64;
 /// Half a second of 100,000 drops per second: the kernel counts about 200 bytes for each, and grants twice the number.
 constexpr int kReceiveBuffer = 8 << 20;
@@ -32,8 +30,7 @@ std::uint32_t wallClockSeconds()
 } // namespace
 
 CNfLogTask::CNfLogTask(const comm::FactoryPtr& factory, Take take)
-    : m_buffer(kDatagramBuffer),
-      m_exchange{[this](const NfLogRequest& request) { return send(request); }, wallClockSeconds, m_store},
+    : m_exchange{[this](const NfLogRequest& request) { return send(request); }, wallClockSeconds, m_store},
       m_batches{factory, kMostInFlight, std::move(take)},
       m_thread{"IdsNfLog", [this] { run(); }, [this] { m_batches.close(); }}
 {}
@@ -53,35 +50,15 @@ bool CNfLogTask::start()
 
 void CNfLogTask::run()
 {
-    m_socket.fd = IDS::NlHelpers::openSocket(AF_NETLINK, NETLINK_NETFILTER, SOCK_RAW);
-    if (m_socket.fd < 0) {
+    m_socket.adopt(IDS::NlHelpers::openSocket(AF_NETLINK, NETLINK_NETFILTER, SOCK_RAW));
+    if (!m_socket.valid()) {
         TRACE(s_sensorChannel, error, kClass, "Can't open socket! (errno: %s)", std::strerror(errno));
         return;
     }
-    TRACE(s_sensorChannel, progress, kClass, "Socket is open (fd: %d).", m_socket.fd);
-    prepareSocket();
+    TRACE(s_sensorChannel, progress, kClass, "Socket is open (fd: %d).", m_socket.descriptor());
+    TRACE(s_sensorChannel, progress, kClass, "Receive buffer: %d bytes.", m_socket.enlargeBuffer(kReceiveBuffer));
     listen();
-    IDS::NlHelpers::closeSocket(std::exchange(m_socket.fd, -1));
-}
-
-void CNfLogTask::prepareSocket() const
-{
-    // A receive never waits, even if what poll announced has gone: waiting is where the stop is noticed.
-    if (::fcntl(m_socket.fd, F_SETFL, O_NONBLOCK) < 0) {
-        TRACE(s_sensorChannel, error, kClass, "Can't make socket non-blocking! (errno: %s)", std::strerror(errno));
-    }
-    enlargeReceiveBuffer();
-}
-
-void CNfLogTask::enlargeReceiveBuffer() const
-{
-    if (::setsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) < 0) {
-        ::setsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
-    }
-    int granted = 0;
-    socklen_t length = sizeof granted;
-    ::getsockopt(m_socket.fd, SOL_SOCKET, SO_RCVBUF, &granted, &length);
-    TRACE(s_sensorChannel, progress, kClass, "Receive buffer: %d bytes.", granted);
+    m_socket.close();
 }
 
 bool CNfLogTask::watch(std::int32_t descriptor, std::function<void()> callback)
@@ -97,39 +74,26 @@ bool CNfLogTask::watch(std::int32_t descriptor, std::function<void()> callback)
 void CNfLogTask::listen()
 {
     TRACE(s_sensorChannel, progress, kClass, "NFLOG group count: %zu", kBoundGroups.size());
-    watch(m_socket.fd, [this] { onReadable(); });
+    watch(m_socket.descriptor(),
+          [this] { m_socket.drain(kMostAtOnce, [this](const auto& received) { take(received); }); });
     if (m_exchange.begin()) {
         loop();
     }
 }
 
-// Under a flood, waking for each datagram costs more than reading it, here and on the active object.
+// Under a flood, waking for each datagram costs more than reading it, here and on the active object: hence the rest.
 void CNfLogTask::loop()
 {
-    while (pass(lossesWait() ? kLossPollMs : -1)) {
-        while (m_datagramRead) {
-            if (!pass(0)) {
-                return;
-            }
+    while (!m_thread.stopRequested()) {
+        io_manager::EFdError error;
+        if (!m_watcher.wait(error, lossesWait() ? kLossPollMs : -1)) {
+            TRACE(s_sensorChannel, error, kClass, "Can't monitor file descriptor! (error: %u)",
+                  static_cast<unsigned>(error));
+            return;
         }
         reportLosses();
         m_thread.sleep(kRest);
     }
-}
-
-bool CNfLogTask::pass(int timeoutMs)
-{
-    if (m_thread.stopRequested()) {
-        return false;
-    }
-    m_datagramRead = false;
-    io_manager::EFdError error;
-    if (!m_watcher.wait(error, timeoutMs)) {
-        TRACE(s_sensorChannel, error, kClass, "Can't monitor file descriptor! (error: %u)",
-              static_cast<unsigned>(error));
-        return false;
-    }
-    return true;
 }
 
 bool CNfLogTask::lossesWait() const
@@ -147,34 +111,28 @@ void CNfLogTask::reportLosses()
     }
 }
 
-void CNfLogTask::onReadable()
+void CNfLogTask::take(const io_manager::SNetlinkDatagram& received)
 {
-    try {
-        takeDatagram();
-    } catch (const std::bad_alloc&) {
-        m_shortages.count(CLossReport::Clock::now());
+    using Kind = io_manager::SNetlinkDatagram::Kind;
+    if (received.error != 0) {
+        IDS::NlHelpers::logReceiveError(received.error);
     }
-}
-
-void CNfLogTask::takeDatagram()
-{
-    const auto received = IDS::NlHelpers::recvFrom(m_buffer, m_socket, 0);
-    m_datagramRead = received >= 0 || errno == ENOBUFS;
-    if (received < 0 && errno == ENOBUFS) {
+    if (received.kind == Kind::overrun) {
         m_overruns.count(CLossReport::Clock::now());
     }
-    auto datagram = m_exchange.onReceived(m_buffer, received);
-    if (datagram.cut) {
+    auto datagram = m_exchange.onReceived(received.bytes, m_socket.port());
+    if (datagram.cut || received.kind == Kind::cut) {
         m_cuts.count(CLossReport::Clock::now());
+    }
+    if (datagram.noMemory) {
+        m_shortages.count(CLossReport::Clock::now());
     }
     m_batches.post(std::move(datagram.packets));
 }
 
-bool CNfLogTask::send(const NfLogRequest& request) const
+bool CNfLogTask::send(const NfLogRequest& request)
 {
-    if (::sendto(m_socket.fd, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&m_socket.addr),
-                 sizeof m_socket.addr) < 0)
-    {
+    if (!m_socket.send(request)) {
         const auto reason = errno;
         TRACE(s_sensorChannel, error, kClass, "sendto error! (errno: %s)", std::strerror(reason));
         errno = reason;

@@ -3,15 +3,14 @@
 #include <cstdint>
 #include <functional>
 #include <utility>
-#include <vector>
 
 #include "CLossReport.h"
 #include "CNfLogExchange.h"
 #include "INetlinkListener.h"
-#include "NlSocket.h"
 #include "comm/ActiveObject.h"
 #include "conn_common/HandOver.h"
 #include "io_manager/CFdManager.h"
+#include "io_manager/NetlinkSocket.h"
 #include "util/Thread.h"
 
 namespace ids {
@@ -39,23 +38,17 @@ public:
 
 private:
     void run();
-    void prepareSocket() const;
-    void enlargeReceiveBuffer() const;
     bool watch(std::int32_t descriptor, std::function<void()> callback);
     void listen();
     void loop();
-    bool pass(int timeoutMs);
     bool lossesWait() const;
     void reportLosses();
-    void onReadable();
-    void takeDatagram();
-    bool send(const NfLogRequest& request) const;
+    void take(const io_manager::SNetlinkDatagram& received);
+    bool send(const NfLogRequest& request);
 
-    IDS::NlSocket m_socket;
-    std::vector<std::uint8_t> m_buffer;
+    io_manager::NetlinkSocket m_socket;
     CRecordStore m_store;
     CNfLogExchange m_exchange;
-    bool m_datagramRead = false;
     CLossReport m_overruns{"receive buffer overrun"};
     CLossReport m_cuts{"datagram cut or malformed"};
     CLossReport m_shortages{"out of memory"};

@@ -4,12 +4,12 @@
 #include <linux/netfilter/nfnetlink.h>
 #include <linux/netfilter/nfnetlink_log.h>
 #include <netinet/ip6.h>
+#include <new>
 #include <span>
 #include <utility>
 
 #include "CGnssManager.h"
 #include "NfLogGroup.h"
-#include "NlHelpers.h"
 #include "io_manager/NetlinkWalk.h"
 
 namespace ids {
@@ -17,6 +17,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
+constexpr std::size_t kUsualCount = 32; // of packets in a datagram
 constexpr std::size_t kPacketHeader = NLMSG_HDRLEN + sizeof(nfgenmsg);
 
 std::uint16_t bigEndian16(Bytes bytes)
@@ -69,25 +70,26 @@ void readMessage(Bytes message, SFirewallStatistics& record)
 
 } // namespace
 
-SNfLogDatagram parseNfLogDatagram(std::vector<std::uint8_t>& buffer, std::uint64_t validBytes, CRecordStore& store)
+SNfLogDatagram parseNfLogDatagram(Bytes bytes, CRecordStore& store)
 {
     SNfLogDatagram datagram;
-    const auto headers = IDS::NlHelpers::getNlMsgHdrs(buffer, validBytes);
-    std::size_t end = 0;
-    datagram.packets.reserve(headers.size());
-    for (const auto* const header : headers) {
-        const auto* const start = reinterpret_cast<const std::uint8_t*>(header);
-        end = static_cast<std::size_t>(start - buffer.data()) + io_manager::netlinkAligned(header->nlmsg_len);
-        if (header->nlmsg_type == NLMSG_DONE) {
-            return datagram;
-        }
-        if (!IDS::NlHelpers::isNlMsgError(header)) {
+    bool done = false;
+    const auto addPacket = [&](Bytes message) {
+        const auto type = io_manager::load<nlmsghdr>(message).nlmsg_type;
+        done = done || type == NLMSG_DONE;
+        if (!done && type != NLMSG_ERROR) {
             auto record = store.take();
-            readMessage({start, header->nlmsg_len}, *record);
+            readMessage(message, *record);
             datagram.packets.push_back(std::move(record));
         }
+    };
+    try {
+        datagram.packets.reserve(kUsualCount);
+        const auto end = io_manager::forEachMessage(bytes, addPacket);
+        datagram.cut = !done && end < bytes.size();
+    } catch (const std::bad_alloc&) {
+        datagram.noMemory = true;
     }
-    datagram.cut = end < validBytes;
     return datagram;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <span>
 
 #include "CRecordStore.h"
 #include "INetlinkListener.h"
@@ -12,10 +12,11 @@ namespace ids {
 struct SNfLogDatagram
 {
     DroppedPackets packets;
-    bool cut = false; ///< the datagram ends in a message that is not whole: packets are lost
+    bool cut = false;      ///< the datagram ends in a message that is not whole: packets are lost
+    bool noMemory = false; ///< packets are lost for want of memory
 };
 
-/// Reads the valid bytes of the buffer into records of the store. Any bytes will do: what is not whole is left out.
-SNfLogDatagram parseNfLogDatagram(std::vector<std::uint8_t>& buffer, std::uint64_t validBytes, CRecordStore& store);
+/// Reads a datagram of any bytes into records of the store: what is not whole is left out.
+SNfLogDatagram parseNfLogDatagram(std::span<const std::uint8_t> bytes, CRecordStore& store);
 
 } // namespace ids

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "io_manager/NetlinkSocket.h"
 #include "io_manager/NetlinkWalk.h"
 #include "tracing/Channel.h"
 
@@ -30,20 +32,19 @@ std::int32_t openSocket(std::uint8_t domain, std::uint8_t protocol, std::uint8_t
 
 ssize_t recvFrom(std::vector<std::uint8_t>& buffer, const NlSocket& socket, std::uint8_t flags)
 {
-    for (;;) {
-        auto sender = socket.addr; // the answer to a request goes to the kernel, whoever has sent this
-        socklen_t length = sizeof sender;
-        const auto received =
-            ::recvfrom(socket.fd, buffer.data(), buffer.size(), flags, reinterpret_cast<sockaddr*>(&sender), &length);
-        if (received >= 0) {
-            return received;
-        }
-        if (const auto reason = errno; reason != EINTR) {
-            TRACE(s_channel, progress, kClass, "recvFrom() error! (errno: %s)", std::strerror(reason));
-            errno = reason;
-            return -1;
-        }
+    socklen_t senderSize = 0;
+    const auto received = io_manager::receiveFrom(socket.fd, buffer, flags, senderSize);
+    if (received < 0) {
+        const auto reason = errno;
+        logReceiveError(reason);
+        errno = reason;
     }
+    return received;
+}
+
+void logReceiveError(int reason)
+{
+    TRACE_AT(s_channel, progress, kClass, "recvFrom", __LINE__, "recvFrom() error! (errno: %s)", std::strerror(reason));
 }
 
 std::vector<nlmsghdr*> getNlMsgHdrs(std::vector<std::uint8_t>& buffer, std::uint64_t validBytes)
@@ -53,13 +54,16 @@ std::vector<nlmsghdr*> getNlMsgHdrs(std::vector<std::uint8_t>& buffer, std::uint
         TRACE(s_channel, progress, kClass, "Not enough space for nlMsgHdr!");
         return headers;
     }
-    constexpr std::size_t kUsualCount = 32;
-    headers.reserve(kUsualCount);
     const std::span<const std::uint8_t> valid{buffer.data(), std::min<std::uint64_t>(validBytes, buffer.size())};
-    io_manager::forEachMessage(valid, [&](std::span<const std::uint8_t> message) {
-        const auto offset = message.data() - buffer.data();
-        headers.push_back(reinterpret_cast<nlmsghdr*>(buffer.data() + offset));
-    });
+    try {
+        io_manager::forEachMessage(valid, [&](std::span<const std::uint8_t> message) {
+            const auto offset = message.data() - buffer.data();
+            headers.push_back(reinterpret_cast<nlmsghdr*>(buffer.data() + offset));
+        });
+    } catch (const std::bad_alloc&) {
+        TRACE(s_channel, error, kClass, "No memory for the list of messages!");
+        headers.clear();
+    }
     return headers;
 }
 

@@ -7,7 +7,7 @@
 
 #include "NlSocket.h"
 
-/// What the netlink sensors share. Stateless; any thread.
+/// What the netlink sensors share. Stateless; any thread. Nothing is thrown.
 namespace IDS::NlHelpers {
 
 /// Returns the descriptor, or -1 with the reason in errno and in the log. Mind the order: protocol before type.
@@ -17,8 +17,12 @@ std::int32_t openSocket(std::uint8_t domain, std::uint8_t protocol, std::uint8_t
 /// the reason in errno and in the log. Interruptions by signals are not seen outside.
 ssize_t recvFrom(std::vector<std::uint8_t>& buffer, const NlSocket& socket, std::uint8_t flags);
 
-/// The messages in the valid bytes of the buffer, up to the first with a bad length. The pointers are good while the
-/// buffer is neither refilled nor destroyed, each for as many bytes as its header says.
+/// Logs why a receive has failed.
+void logReceiveError(int reason);
+
+/// The messages in the valid bytes of the buffer, up to the first with a bad length; none when there is no memory for
+/// the list, which is logged. The pointers are good while the buffer is neither refilled nor destroyed, each for as
+/// many bytes as its header says.
 std::vector<nlmsghdr*> getNlMsgHdrs(std::vector<std::uint8_t>& buffer, std::uint64_t validBytes);
 
 void setNlMsgHdr(std::uint16_t flags, nlmsghdr& header, std::uint32_t length, std::uint16_t type, std::uint32_t port,

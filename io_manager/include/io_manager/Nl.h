@@ -12,7 +12,7 @@
 #include "conn_common/HandOver.h"
 #include "conn_common/UniversalListenerAndSubject.h"
 #include "io_manager/INlEvent.h"
-#include "io_manager/UniqueFd.h"
+#include "io_manager/NetlinkSocket.h"
 #include "io_manager/util/IoManRunner.h"
 
 namespace common_ {
@@ -22,7 +22,8 @@ namespace common_ {
 ///
 /// Only the request sent last is matched with its answers; those to an earlier one count as unsolicited. While the
 /// active object is behind by 64 datagrams nothing is read; what the kernel's buffer cannot hold then is lost and
-/// logged. Datagrams of more than 8192 bytes are lost and logged.
+/// logged. Datagrams of more than 8192 bytes are lost and logged. A dump of which an overrun or a lack of memory has
+/// taken a part is requested again, under a new sequence number; one that was refused is not.
 class Nl final : public SubjectBase<INlEvent>
 {
 public:
@@ -35,7 +36,7 @@ public:
     ~Nl() override;
 
     /// Sends a message of this type with NLM_F_REQUEST and the given flags and remembers it under the name. Returns its
-    /// sequence number, which its results will carry, or 0 when it could not be sent.
+    /// sequence number, which its results carry, or 0 when it could not be sent.
     std::uint32_t sendRequest(const std::string& name, std::uint16_t type, std::uint16_t flags,
                               std::span<const std::uint8_t> body);
 
@@ -43,6 +44,7 @@ public:
     std::uint32_t sequenceOf(const std::string& name) const;
 
 private:
+    /// What was read while answers to a sequence number were expected; without bytes, an overrun.
     struct SDatagram
     {
         std::uint32_t expected;
@@ -50,20 +52,24 @@ private:
     };
 
     void open(int protocol, std::uint32_t groups);
-    void bind(std::uint32_t groups);
-    void learnPort();
     void watch();
     void read();
-    ssize_t peekLength() const;
-    void take(std::size_t length);
-    void receive(std::size_t length);
+    void take(const io_manager::SNetlinkDatagram& received);
+    void post(std::span<const std::uint8_t> bytes);
     void deliver(const SDatagram& datagram);
+    void deliverMessage(std::uint32_t expected, std::span<const std::uint8_t> message);
+    void endDump(std::uint32_t expected, const nlmsghdr& message);
+    void repeatDump(std::uint32_t expected);
+    bool sendAs(std::uint32_t& sequence);
 
     const std::shared_ptr<io_manager::IoManRunner> m_runner;
-    io_manager::UniqueFd m_socket;
-    std::uint32_t m_port = 0;
+    io_manager::NetlinkSocket m_socket;
+    bool m_overrun = false; ///< of the runner's thread
     std::atomic<std::uint32_t> m_sequence{0};
     std::map<std::string, std::uint32_t> m_sequences;
+    std::vector<std::uint8_t> m_request; ///< the one sent last
+    bool m_dumping = false;              ///< it is a dump without end or refusal yet
+    bool m_incomplete = false;           ///< of that dump, a part is lost
     HandOver<SDatagram> m_received;
 };
 

@@ -1,24 +1,35 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <linux/netlink.h>
 #include <span>
-#include <vector>
 
 namespace common_ {
 
-/// What a datagram holds for the sender of a request. The pointers lead into the datagram.
-struct SNlCheck
+/// What a message is to the sender of a request.
+enum class ENlMessage : std::uint8_t
 {
-    std::int32_t result = 0;                ///< 0 so far good, 1 end of a dump, -1 the request failed
-    std::vector<const nlmsghdr*> responses; ///< the answers; an acknowledgement is none
-    const nlmsghdr* end = nullptr;          ///< the message that made the result 1 or -1
-    std::vector<const nlmsghdr*> unsolicited;
+    unsolicited,
+    response,
+    acknowledged,
+    truncated, ///< too short to show whether the request is granted
+    end,       ///< of a dump
+    refused    ///< the request has failed
 };
 
-/// Sorts the messages of a datagram, which must start at a multiple of 4. A message belongs to the request when it
-/// carries both the request's sequence number and the port of the socket that sent it: notifications carry the numbers
-/// of whoever caused them. Sequence number 0 stands for no request.
+/// The message, which must start at a multiple of 4 and be as long as its header requires, seen by the socket with the
+/// port that expects answers to the sequence number, 0 for none.
+ENlMessage classify(std::span<const std::uint8_t> message, std::uint32_t expected, std::uint32_t port);
+
+/// What a datagram holds for the sender of a request.
+struct SNlCheck
+{
+    std::int32_t result = 0;   ///< 0 so far good, 1 end of a dump, -1 the request failed
+    std::size_t responses = 0; ///< an acknowledgement is none
+    std::size_t unsolicited = 0;
+};
+
+/// Counts and logs the messages of a datagram, which must start at a multiple of 4.
 SNlCheck checkMessages(std::span<const std::uint8_t> datagram, std::uint32_t expected, std::uint32_t port);
 
 } // namespace common_

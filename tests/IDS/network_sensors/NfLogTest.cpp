@@ -4,16 +4,21 @@
 #include <linux/netlink.h>
 #include <numeric>
 #include <random>
+#include <set>
 
 #include <gtest/gtest.h>
 
 #include "CNfLogExchange.h"
+#include "FailingAllocation.h"
 #include "NlHelpers.h"
 
 using namespace ids;
+using test_support::FailingAllocation;
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {
+
+constexpr std::uint32_t kPort = 4711;
 
 /// Builds datagrams as the kernel would send them.
 struct Datagram
@@ -27,16 +32,16 @@ struct Datagram
         bytes.resize(NLMSG_ALIGN(bytes.size()));
         return *this;
     }
-    Datagram& message(std::uint16_t type, const Bytes& payload, std::uint32_t sequence = 0)
+    Datagram& message(std::uint16_t type, const Bytes& payload, std::uint32_t sequence = 0, std::uint32_t port = 0)
     {
         const auto length = static_cast<std::uint32_t>(sizeof(nlmsghdr) + payload.size());
-        return append(nlmsghdr{length, type, 0, sequence, 0}, payload);
+        return append(nlmsghdr{length, type, 0, sequence, port}, payload);
     }
-    Datagram& reply(std::uint32_t sequence, std::int32_t code)
+    Datagram& reply(std::uint32_t sequence, std::int32_t code, std::uint32_t port = kPort)
     {
         Bytes payload(sizeof(nlmsgerr));
         std::memcpy(payload.data(), &code, sizeof code);
-        return message(NLMSG_ERROR, payload, sequence);
+        return message(NLMSG_ERROR, payload, sequence, port);
     }
     /// A packet logged to the group: 52 bytes that count up from 0, behind an attribute that is of no interest.
     Datagram& packet(std::uint16_t group)
@@ -52,10 +57,10 @@ struct Datagram
     Bytes bytes;
 };
 
-SNfLogDatagram parse(Bytes bytes)
+SNfLogDatagram parse(const Bytes& bytes)
 {
     CRecordStore store;
-    return parseNfLogDatagram(bytes, bytes.size(), store);
+    return parseNfLogDatagram(bytes, store);
 }
 
 TEST(NfLogDatagramTest, PacketsComeInOrderUntilTheEndAndErrorsAreSkipped)
@@ -76,7 +81,7 @@ TEST(NfLogDatagramTest, PayloadOfAnyLengthGivesWhatItHoldsAndNothingOfTheFormerP
     for (int length = 0xFFFF; length >= 0; --length) {
         auto bytes = Datagram{}.packet(30).bytes;
         std::memcpy(bytes.data() + 28, &length, 2);
-        auto packets = parseNfLogDatagram(bytes, bytes.size(), store).packets;
+        auto packets = parseNfLogDatagram(bytes, store).packets;
         const auto& record = *packets.at(0);
         const auto held = length <= 56 ? length - 4 : 0;
         ASSERT_EQ(record.sourceAddress.back(), held >= 40 ? 23 : 0) << length;
@@ -140,10 +145,7 @@ protected:
         }
         return exchange->state();
     }
-    DroppedPackets receive(Datagram datagram)
-    {
-        return exchange->onReceived(datagram.bytes, static_cast<std::int64_t>(datagram.bytes.size())).packets;
-    }
+    DroppedPackets receive(Datagram datagram) { return exchange->onReceived(datagram.bytes, kPort).packets; }
     static NfLogRequest request(std::uint8_t sequence, std::uint8_t command, std::uint8_t group)
     {
         return {28, 0, 0, 0, 1, 4, 5, 0, sequence, 3, 2, 1, 0, 0, 0, 0, 10, 0, 0, group, 5, 0, 1, 0, command};
@@ -173,6 +175,31 @@ TEST_F(CNfLogExchangeTest, TheFamilyAndOneGroupWhicheverItIsMustBeGranted)
     }
 }
 
+TEST_F(CNfLogExchangeTest, RepliesAreTakenWithoutMemoryAndLostPacketsAreShown)
+{
+    stateAfter({0});
+    for (int group = 0; group < 4; ++group) {
+        const auto reply = Datagram{}.reply(time, 0).bytes;
+        const FailingAllocation failing{FailingAllocation::Kind::throwing, 1000};
+        EXPECT_FALSE(exchange->onReceived(reply, kPort).noMemory);
+    }
+    EXPECT_EQ(exchange->state(), NfLogState::Listen);
+    auto packets = Datagram{}.packet(29).packet(30).bytes;
+    std::set<std::size_t> found;
+    for (unsigned after = 0; !found.contains(2); ++after) {
+        const FailingAllocation failing{FailingAllocation::Kind::throwing, 1, after};
+        const auto datagram = exchange->onReceived(packets, kPort);
+        EXPECT_FALSE(datagram.cut);
+        EXPECT_EQ(datagram.noMemory, datagram.packets.size() < 2);
+        const FailingAllocation none{FailingAllocation::Kind::throwing, 0};
+        found.insert(datagram.packets.size());
+    }
+    EXPECT_TRUE(found.contains(0) && found.contains(1));
+    EXPECT_EQ(IDS::NlHelpers::getNlMsgHdrs(packets, packets.size()).size(), 2U);
+    const FailingAllocation noList{FailingAllocation::Kind::throwing};
+    EXPECT_TRUE(IDS::NlHelpers::getNlMsgHdrs(packets, packets.size()).empty());
+}
+
 TEST_F(CNfLogExchangeTest, NoGrantedGroupGivesTheFamilyBackAndEndsTheReading)
 {
     stateAfter({0, -EBUSY, -EBUSY, -EBUSY, -EBUSY, -EPERM, 0});
@@ -185,14 +212,13 @@ TEST_F(CNfLogExchangeTest, WhatIsNoReplyChangesNothingUntilTheLastReplyStartsThe
 {
     stateAfter({0, 0, 0, 0});
     receive(Datagram{}.message(NLMSG_DONE, {0, 0, 0, 0}, time));
-    receive(Datagram{}.message(NLMSG_ERROR, {0, 0, 0}, time));
+    receive(Datagram{}.message(NLMSG_ERROR, {0, 0, 0}, time, kPort));
+    receive(Datagram{}.reply(time, 0, kPort + 1));
     EXPECT_TRUE(receive(Datagram{}.packet(29).reply(time + 1, 0)).empty()) << "not listening yet";
     EXPECT_EQ(exchange->state(), NfLogState::RegGrps);
 
     receive(Datagram{}.packet(29).reply(time + 1, 0).reply(time, 0));
     EXPECT_EQ(exchange->state(), NfLogState::Listen) << "the reply need not be the first message";
-    auto stale = Datagram{}.packet(29).bytes;
-    EXPECT_TRUE(exchange->onReceived(stale, -1).packets.empty());
     EXPECT_EQ(receive(Datagram{}.packet(29).packet(30)).size(), 2U);
 }
 
