@@ -20,7 +20,7 @@ const std::vector<std::string> kEvent{"28",   "0x13", "0x0C", "0x41", "0xA0", "0
                                       "0x00", "0x00", "0x00", "0x07", "9",    "8",    "7",    "6",    "5"};
 
 /// Both roads by which other domains reach the core, through the whole daemon, from the neighbours' own tools.
-TEST(RawRoadsTest, EventsOfTheCarAndOfV2XReachTheCoreUnchangedAlsoAfterThePeerWasKilled)
+TEST(RawEventsTest, RawEventsReachTheCoreUnchangedAfterThePeerWasKilled)
 {
     const CapturedLog log;
     const TestBus bus;
@@ -73,7 +73,7 @@ std::uint64_t numberBehind(const std::string& text, const std::string& file)
     throw std::runtime_error{"no " + text + " in " + file};
 }
 
-TEST(RawRoadsTest, TheLargestMessagesOfTheBusFitIntoTheMemoryOfTheService)
+TEST(RawEventsTest, TheLargestBusMessagesFitIntoTheServicesMemory)
 {
     constexpr std::uint32_t kLargest = (32U << 20) - 4096;
     const CapturedLog log;
