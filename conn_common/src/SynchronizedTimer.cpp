@@ -11,7 +11,7 @@ namespace {
 
 tracing::Channel s_channel{"CON_COMMON_TIMER", 7, 2};
 
-constexpr const char* kClass = "TIMERS";
+constexpr const char* kLabel = "TIMERS";
 constexpr const char* kSource = "conn_common/src/SynchronizedTimer";
 
 } // namespace
@@ -30,14 +30,14 @@ public:
           m_callback{std::move(callback)}
     {
         if (valid()) {
-            TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
+            TRACE(s_channel, detail, kLabel, "TimerId: %d", static_cast<int>(m_id));
         }
     }
 
     ~SynchronizedTimerHandle() override
     {
         if (valid()) {
-            TRACE(s_channel, detail, kClass, "TimerId: %d", static_cast<int>(m_id));
+            TRACE(s_channel, detail, kLabel, "TimerId: %d", static_cast<int>(m_id));
         }
         m_group.removeTimer(m_id);
     }
@@ -84,7 +84,7 @@ public:
 private:
     void onTimerExpired(std::uint64_t id) override
     {
-        TRACE_AT(s_channel, detail, kClass, "execute", __LINE__, "TimerId: %d", static_cast<int>(id));
+        TRACE_AT(s_channel, detail, kLabel, "execute", __LINE__, "TimerId: %d", static_cast<int>(id));
         // Before the callback is on its way: it may start the timer again at once.
         m_running = false;
         m_expired.schedule(m_generation);
@@ -133,7 +133,7 @@ SynchronizedTimerFactory::TimerHandlePtr SynchronizedTimerFactory::createTimer(s
     auto handle = allocate<SynchronizedTimerHandle>({kSource, 236, "createTimer"}, "Could not allocate memory", *this,
                                                     interval, std::move(callback));
     if (!handle->valid()) {
-        TRACE_AT(s_channel, warning, kClass, "createTimer", 240,
+        TRACE_AT(s_channel, warning, kLabel, "createTimer", 240,
                  "IPL error at %s:%d! Could not create timer (interval=%lums)!,reason=%s", kSource, 240,
                  static_cast<unsigned long>(interval.count()), ipl::ErrorStorage::reason());
         ipl::ErrorStorage::ack();
@@ -164,7 +164,7 @@ void SynchronizedTimerFactory::createFaFTimer(std::chrono::milliseconds interval
 void SynchronizedTimerFactory::destroyFaFTimerFor(void* handle)
 {
     std::erase_if(m_fireAndForget, [handle](const auto& one) { return one.get() == handle; });
-    TRACE(s_channel, milestone, kClass, "Timer vector size: %zu", m_fireAndForget.size());
+    TRACE(s_channel, milestone, kLabel, "Timer vector size: %zu", m_fireAndForget.size());
 }
 
 } // namespace common_

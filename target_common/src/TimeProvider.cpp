@@ -11,7 +11,7 @@ namespace common_ {
 namespace {
 
 tracing::Channel s_channel{"CON_TIME", 7, 2};
-constexpr auto kClass = "TimeProvider";
+constexpr auto kLabel = "TimeProvider";
 constexpr auto kSource = "target_common/src/TimeProvider";
 
 osal::Mutex s_creation;
@@ -56,7 +56,7 @@ void TimeProvider::connect(const char* name)
         return std::make_unique<asi::time::TimeSyncProxy>(1, m_factory, *this, *this);
     });
     if (m_timeProxy->connect()) {
-        TRACE(s_channel, warning, kClass, "IPL error at %s:%d! Could not connect %s,reason=%s", kSource, __LINE__, name,
+        TRACE(s_channel, warning, kLabel, "IPL error at %s:%d! Could not connect %s,reason=%s", kSource, __LINE__, name,
               ipl::ErrorStorage::reason());
         ipl::ErrorStorage::ack();
         m_reconnection.connectFailed();
@@ -65,36 +65,36 @@ void TimeProvider::connect(const char* name)
 
 void TimeProvider::alive(const comm::Lifecycle&)
 {
-    TRACE(s_channel, detail, kClass, "called");
+    TRACE(s_channel, detail, kLabel, "called");
     if (!m_timeProxy->isAlive()) {
-        TRACE(s_channel, detail, kClass, "Call not executed, proxy not alive");
+        TRACE(s_channel, detail, kLabel, "Call not executed, proxy not alive");
     } else if (!m_timeProxy->requestNotifications()) {
-        TRACE(s_channel, warning, kClass,
+        TRACE(s_channel, warning, kLabel,
               "IPL error at %s:%d! Called 'm_TimeProxy->setNotification()',reason=the bus does not take it", kSource,
               __LINE__);
         m_reconnection.connectFailed(); // or nothing would be heard until the service dies
     } else {
-        TRACE(s_channel, detail, kClass, "Call 'm_TimeProxy->setNotification()' successful");
+        TRACE(s_channel, detail, kLabel, "Call 'm_TimeProxy->setNotification()' successful");
     }
 }
 
 void TimeProvider::dead(const comm::Lifecycle&, const comm::DeathNotice& notice)
 {
-    TRACE(s_channel, detail, kClass, "called");
+    TRACE(s_channel, detail, kLabel, "called");
     m_reconnection.serviceDied(notice);
 }
 
 void TimeProvider::updatepltOffset(std::int64_t offset, bool isValid)
 {
     if (isValid && replace({m_pltOffset, m_pltOffsetValid}, {m_previousPltOffset, m_previousPltOffsetValid}, offset)) {
-        TRACE(s_channel, detail, kClass, "pltTimeOffset=%lld", static_cast<long long>(offset));
+        TRACE(s_channel, detail, kLabel, "pltTimeOffset=%lld", static_cast<long long>(offset));
     }
 }
 
 void TimeProvider::updateutcOffset(std::int64_t offset, bool isValid)
 {
     if (isValid && replace({m_utcOffset, m_utcOffsetValid}, {m_previousUtcOffset, m_previousUtcOffsetValid}, offset)) {
-        TRACE(s_channel, detail, kClass, "utcTimeOffset=%lld", static_cast<long long>(offset));
+        TRACE(s_channel, detail, kLabel, "utcTimeOffset=%lld", static_cast<long long>(offset));
     }
 }
 

@@ -17,7 +17,7 @@
 namespace ids {
 namespace {
 
-constexpr auto kClass = "ids::COviLogger";
+constexpr auto kLabel = "ids::COviLogger";
 constexpr auto kLoop = "operator()";
 
 constexpr int kBacklog = 10;
@@ -65,7 +65,7 @@ io_manager::UniqueFd listenOn(const std::string& path)
 {
     io_manager::UniqueFd socket{::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)};
     if (!socket.valid() || !bindTo(socket.get(), path) || ::listen(socket.get(), kBacklog) != 0) {
-        TRACE(s_hostSensorChannel, error, kClass, "Can't listen on %s! (errno: %s)", path.c_str(),
+        TRACE(s_hostSensorChannel, error, kLabel, "Can't listen on %s! (errno: %s)", path.c_str(),
               std::strerror(errno));
         return io_manager::UniqueFd{};
     }
@@ -84,7 +84,7 @@ COviLogger::COviLogger(IIdsm& idsm, std::string path)
     : m_idsm{idsm}, m_path{std::move(path)}, m_listenSocket{listenOn(m_path)}, m_thread{"IdsOviLogger", *this}
 {
     m_clients.reserve(kMostClients);
-    TRACE(s_hostSensorChannel, progress, kClass, "Listen socket FD: %d:", m_listenSocket.get());
+    TRACE(s_hostSensorChannel, progress, kLabel, "Listen socket FD: %d:", m_listenSocket.get());
 }
 
 COviLogger::~COviLogger()
@@ -105,7 +105,7 @@ bool COviLogger::startOviLogger()
         m_listenSocket = listenOn(m_path); // what was in the way may be gone
     }
     if (!m_listenSocket.valid()) {
-        TRACE(s_hostSensorChannel, error, kClass, "Listen socket invalid!");
+        TRACE(s_hostSensorChannel, error, kLabel, "Listen socket invalid!");
         return false;
     }
     if (m_started) {
@@ -115,12 +115,12 @@ bool COviLogger::startOviLogger()
     if (!m_watcher.addFileDescriptor( // a thread that nothing can wake is not started
             m_thread.stateDescriptor(), [] {}, error))
     {
-        TRACE(s_hostSensorChannel, resource, kClass, "Can't watch for the end! (error: %u)",
+        TRACE(s_hostSensorChannel, resource, kLabel, "Can't watch for the end! (error: %u)",
               static_cast<unsigned>(error));
         return false;
     }
     if (m_thread.start()) {
-        TRACE(s_hostSensorChannel, resource, kClass, "Can't start receiving thread! (%s)", ipl::ErrorStorage::reason());
+        TRACE(s_hostSensorChannel, resource, kLabel, "Can't start receiving thread! (%s)", ipl::ErrorStorage::reason());
         ipl::ErrorStorage::ack();
         return false;
     }
@@ -157,7 +157,7 @@ bool COviLogger::watchListenSocket()
     const bool added = m_watcher.addFileDescriptor(
         m_listenSocket.get(), [this] { acceptClient(); }, error);
     if (!added) {
-        TRACE_AT(s_hostSensorChannel, error, kClass, kLoop, __LINE__,
+        TRACE_AT(s_hostSensorChannel, error, kLabel, kLoop, __LINE__,
                  "Failed adding a new file descriptor 'listen_socket': %s", textOf(error));
         m_restEnds = Clock::now() + kRest;
     }
@@ -169,7 +169,7 @@ void COviLogger::waitOnce(const util::Thread& thread)
     const bool resting = !m_accepting && m_clients.size() < kMostClients;
     io_manager::EFdError error;
     if (!m_watcher.wait(error, resting ? static_cast<int>(kRest.count()) : -1)) {
-        TRACE_AT(s_hostSensorChannel, error, kClass, kLoop, __LINE__,
+        TRACE_AT(s_hostSensorChannel, error, kLabel, kLoop, __LINE__,
                  "Watch cycle properly started error is indicated, the caller is blocked until the end of the cycle : "
                  "%s",
                  textOf(error));
@@ -188,9 +188,9 @@ void COviLogger::acceptClient()
     const auto* const reason = std::strerror(errno);
     m_restEnds = Clock::now() + kRest;
     if (client.valid()) {
-        TRACE(s_hostSensorChannel, error, kClass, "accept ERROR %s : ", reason);
+        TRACE(s_hostSensorChannel, error, kLabel, "accept ERROR %s : ", reason);
     } else {
-        TRACE(s_hostSensorChannel, error, kClass, "accept ERROR %s ", reason);
+        TRACE(s_hostSensorChannel, error, kLabel, "accept ERROR %s ", reason);
     }
 }
 
@@ -201,13 +201,13 @@ void COviLogger::addClient(io_manager::UniqueFd client)
     if (!m_watcher.addFileDescriptor(
             descriptor, [this, descriptor] { reciveData(descriptor); }, error))
     {
-        TRACE(s_hostSensorChannel, error, kClass, "Adding a new file descriptor 'client_socket' Failed: %s",
+        TRACE(s_hostSensorChannel, error, kLabel, "Adding a new file descriptor 'client_socket' Failed: %s",
               textOf(error));
         return;
     }
     m_clients.push_back(std::move(client));
     if (m_clients.size() == kMostClients) {
-        TRACE(s_hostSensorChannel, error, kClass, "%zu clients are connected, further ones wait.", kMostClients);
+        TRACE(s_hostSensorChannel, error, kLabel, "%zu clients are connected, further ones wait.", kMostClients);
     }
 }
 
@@ -220,10 +220,10 @@ void COviLogger::reciveData(std::int32_t client)
         return;
     }
     if (received < 0) {
-        TRACE(s_hostSensorChannel, error, kClass, "Occurrence of errors when reading NBITES in BUF from FD : %s",
+        TRACE(s_hostSensorChannel, error, kLabel, "Occurrence of errors when reading NBITES in BUF from FD : %s",
               std::strerror(errno));
     } else {
-        TRACE(s_hostSensorChannel, error, kClass, "EOF when reading NBITES in BUF from FD: %s", std::strerror(errno));
+        TRACE(s_hostSensorChannel, error, kLabel, "EOF when reading NBITES in BUF from FD: %s", std::strerror(errno));
     }
     removeClient(client);
 }

@@ -19,7 +19,7 @@
 namespace ids {
 namespace {
 
-constexpr auto kClass = "ids::CProcMonitor";
+constexpr auto kLabel = "ids::CProcMonitor";
 
 constexpr std::chrono::milliseconds kReportingPeriod{1000};
 constexpr std::size_t kMostAtOnce = 20;
@@ -67,7 +67,7 @@ CProcMonitor::CProcMonitor(const comm::FactoryPtr& factory, IIdsm& idsm, common_
 
 CProcMonitor::~CProcMonitor()
 {
-    TRACE(s_hostSensorChannel, progress, kClass, "called");
+    TRACE(s_hostSensorChannel, progress, kLabel, "called");
 }
 
 bool CProcMonitor::start()
@@ -76,8 +76,8 @@ bool CProcMonitor::start()
         return true;
     }
     m_started = m_scanner.start();
-    TRACE(s_hostSensorChannel, warning, kClass, "Process start/stop event is deactivated.");
-    TRACE(s_hostSensorChannel, warning, kClass, "Process crash event is deactivated.");
+    TRACE(s_hostSensorChannel, warning, kLabel, "Process start/stop event is deactivated.");
+    TRACE(s_hostSensorChannel, warning, kLabel, "Process crash event is deactivated.");
     return m_started;
 }
 
@@ -92,7 +92,7 @@ void CProcMonitor::onCpuRamUsageCalculated(Processes processes)
         if (process == nullptr) {
             continue;
         }
-        TRACE(s_hostSensorChannel, progress, kClass, "Process name: %s, ID: %d, CPU usage: %f", process->name.c_str(),
+        TRACE(s_hostSensorChannel, progress, kLabel, "Process name: %s, ID: %d, CPU usage: %f", process->name.c_str(),
               static_cast<int>(process->id), process->cpuUsage);
         if (process->cpuUsage != 0.0 || process->ramUsage != 0) {
             m_pendingReports.push_back(process);
@@ -103,7 +103,7 @@ void CProcMonitor::onCpuRamUsageCalculated(Processes processes)
 
 void CProcMonitor::onCpuRamReportingTimerExpired()
 {
-    TRACE(s_hostSensorChannel, progress, kClass, "Timer expired.");
+    TRACE(s_hostSensorChannel, progress, kLabel, "Timer expired.");
     const auto count = std::min(m_pendingReports.size(), kMostAtOnce);
     if (count == 0) {
         return;
@@ -128,19 +128,19 @@ void CProcMonitor::onNewProcState(std::uint32_t pid, EProcState state)
     if (name.empty() || isKnown(name)) {
         return;
     }
-    TRACE(s_hostSensorChannel, warning, kClass, "Unknown process! (ID: %d, name: %s, state: %s)", static_cast<int>(pid),
+    TRACE(s_hostSensorChannel, warning, kLabel, "Unknown process! (ID: %d, name: %s, state: %s)", static_cast<int>(pid),
           name.c_str(), textOf(state));
 }
 
 void CProcMonitor::onProcCrashed(const std::string& path)
 {
-    TRACE(s_hostSensorChannel, progress, kClass, "Core file path: %s", path.c_str());
+    TRACE(s_hostSensorChannel, progress, kLabel, "Core file path: %s", path.c_str());
     if (!getCoreDump(path)) {
-        TRACE(s_hostSensorChannel, error, kClass, "Can't create core dump!");
+        TRACE(s_hostSensorChannel, error, kLabel, "Can't create core dump!");
         return;
     }
     if (::unlink(path.c_str()) != 0) {
-        TRACE(s_hostSensorChannel, error, kClass, "Can't delete core file! (errno: %s)", std::strerror(errno));
+        TRACE(s_hostSensorChannel, error, kLabel, "Can't delete core file! (errno: %s)", std::strerror(errno));
     }
 }
 

@@ -7,7 +7,7 @@
 namespace ids {
 namespace {
 
-constexpr auto kClass = "ids::CProcMonitor";
+constexpr auto kLabel = "ids::CProcMonitor";
 
 } // namespace
 
@@ -16,7 +16,7 @@ bool isProcIdValid(const std::string& id)
     if (!id.empty() && id.find_first_not_of("0123456789") == std::string::npos) {
         return true;
     }
-    TRACE(s_hostSensorChannel, error, kClass, "Process ID invalid! (ID: \"%s\")", id.c_str());
+    TRACE(s_hostSensorChannel, error, kLabel, "Process ID invalid! (ID: \"%s\")", id.c_str());
     return false;
 }
 
@@ -26,7 +26,7 @@ bool areValid(const std::string& id, const std::string& name)
         return false;
     }
     if (name.empty()) {
-        TRACE(s_hostSensorChannel, error, kClass, "Process name invalid!");
+        TRACE(s_hostSensorChannel, error, kLabel, "Process name invalid!");
         return false;
     }
     return true;

@@ -15,7 +15,7 @@ namespace {
 using io_manager::addressText;
 
 tracing::Channel s_channel{"CON_IDS_CONNTRACK", 7, 2};
-constexpr auto kClass = "ids::CConntrack";
+constexpr auto kLabel = "ids::CConntrack";
 
 EConntrackStatus statusOf(const nlmsghdr& message)
 {
@@ -104,14 +104,14 @@ bool CConntrack::readMessage(const nlmsghdr* message, CConntrackObject& object, 
     }
     info.status = statusOf(*message);
     if (!object.readAddresses(info)) {
-        TRACE(s_channel, error, kClass, "IP address is missing in Netlink message");
+        TRACE(s_channel, error, kLabel, "IP address is missing in Netlink message");
     }
     if (!object.readPorts(info)) {
-        TRACE(s_channel, error, kClass, "NAT ID is missing in Netlink message");
+        TRACE(s_channel, error, kLabel, "NAT ID is missing in Netlink message");
     }
     info.protocolName = m_protocolNames[object.protocol()];
     if (info.protocolName.empty()) {
-        TRACE(s_channel, error, kClass, "Protocol is unknown");
+        TRACE(s_channel, error, kLabel, "Protocol is unknown");
     }
     return true;
 }
@@ -119,7 +119,7 @@ bool CConntrack::readMessage(const nlmsghdr* message, CConntrackObject& object, 
 void CConntrack::updateFromCtrk(const SConntrackInfo& info)
 {
     notify(&IConntrackListener::updateFromCtrk, info);
-    TRACE(s_channel, detail, kClass, "%s", textOf(info).c_str());
+    TRACE(s_channel, detail, kLabel, "%s", textOf(info).c_str());
 }
 
 } // namespace ids

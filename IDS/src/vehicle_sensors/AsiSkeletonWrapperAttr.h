@@ -12,7 +12,6 @@ class AsiSkeletonWrapperAttr : public common_::AsiClientSkeleton<Proxy, IOocRepl
 {
 protected:
     using common_::AsiClientSkeleton<Proxy, IOocReplyImpl>::AsiClientSkeleton;
-    ~AsiSkeletonWrapperAttr() override = default;
 
 private:
     void onAlive() override

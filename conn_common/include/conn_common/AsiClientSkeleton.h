@@ -30,6 +30,19 @@ public:
     AsiClientSkeleton(const AsiClientSkeleton&) = delete;
     AsiClientSkeleton& operator=(const AsiClientSkeleton&) = delete;
 
+    ~AsiClientSkeleton() override
+    {
+        m_safeCallback.ownerDestroyed();
+        m_reconnectAlarm.remove();
+        if (m_forwarder) {
+            m_forwarder->detach();
+            // A proxy that calls the forwarder at this moment needs it until that has returned.
+            if (m_proxy) {
+                m_proxy->disconnectAndNotify(m_forwarder);
+            }
+        }
+    }
+
     /// Looks for the service from now on. Once started, further calls change nothing.
     void start()
     {
@@ -60,19 +73,6 @@ protected:
           m_replyTarget{replyTarget},
           m_reconnectAlarm{osal::Alarm::DEFAULT_TIMER, [this] { onReconnectAlarm(); }}
     {}
-
-    ~AsiClientSkeleton() override
-    {
-        m_safeCallback.ownerDestroyed();
-        m_reconnectAlarm.remove();
-        if (m_forwarder) {
-            m_forwarder->detach();
-            // A proxy that calls the forwarder at this moment needs it until that has returned.
-            if (m_proxy) {
-                m_proxy->disconnectAndNotify(m_forwarder);
-            }
-        }
-    }
 
     /// The service is there and has accepted us, or is lost.
     virtual void onAlive() {}

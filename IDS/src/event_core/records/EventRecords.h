@@ -39,90 +39,23 @@ struct EventRecord : SEvent
     }
 };
 
-struct SEvent_ApnConfigChange : EventRecord<layouts::kApnConfigChange>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_ExtConnUnsuccessful : EventRecord<layouts::kExtConnUnsuccessful>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_FailServiceDiscovery : EventRecord<layouts::kFailServiceDiscovery>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_FailTlsHandshake : EventRecord<layouts::kFailTlsHandshake>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_BlockedConnections : EventRecord<layouts::kFirewallBlockedConnections>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_DataDefinitionL3CheckFailed : EventRecord<layouts::kFirewallDataDefinitionL3CheckFailed>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_DropInvIpv6Address : EventRecord<layouts::kFirewallDropInvIpv6Address>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_DropInvPortTCP : EventRecord<layouts::kFirewallDropInvPortTCP>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_DropInvPortUDP : EventRecord<layouts::kFirewallDropInvPortUDP>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_MaxMsgSizeExceeded : EventRecord<layouts::kFirewallMaxMsgSizeExceeded>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_Statistics : EventRecord<layouts::kFirewallStatistics>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_Firewall_UnallowedL4Protocol : EventRecord<layouts::kFirewallUnallowedL4Protocol>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_KeepAlive : EventRecord<layouts::kKeepAlive>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_ResourceConsumption : EventRecord<layouts::kResourceConsumption>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_ServiceListChange : EventRecord<layouts::kServiceListChange>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_TeeInvocation : EventRecord<layouts::kTeeInvocation>
-{
-    using EventRecord::EventRecord;
-};
-
-struct SEvent_VkmsNoKeysAvailable : EventRecord<layouts::kVkmsNoKeysAvailable>
-{
-    using EventRecord::EventRecord;
-};
+using SEvent_ApnConfigChange = EventRecord<layouts::kApnConfigChange>;
+using SEvent_ExtConnUnsuccessful = EventRecord<layouts::kExtConnUnsuccessful>;
+using SEvent_FailServiceDiscovery = EventRecord<layouts::kFailServiceDiscovery>;
+using SEvent_FailTlsHandshake = EventRecord<layouts::kFailTlsHandshake>;
+using SEvent_Firewall_BlockedConnections = EventRecord<layouts::kFirewallBlockedConnections>;
+using SEvent_Firewall_DataDefinitionL3CheckFailed = EventRecord<layouts::kFirewallDataDefinitionL3CheckFailed>;
+using SEvent_Firewall_DropInvIpv6Address = EventRecord<layouts::kFirewallDropInvIpv6Address>;
+using SEvent_Firewall_DropInvPortTCP = EventRecord<layouts::kFirewallDropInvPortTCP>;
+using SEvent_Firewall_DropInvPortUDP = EventRecord<layouts::kFirewallDropInvPortUDP>;
+using SEvent_Firewall_MaxMsgSizeExceeded = EventRecord<layouts::kFirewallMaxMsgSizeExceeded>;
+using SEvent_Firewall_Statistics = EventRecord<layouts::kFirewallStatistics>;
+using SEvent_Firewall_UnallowedL4Protocol = EventRecord<layouts::kFirewallUnallowedL4Protocol>;
+using SEvent_KeepAlive = EventRecord<layouts::kKeepAlive>;
+using SEvent_ResourceConsumption = EventRecord<layouts::kResourceConsumption>;
+using SEvent_ServiceListChange = EventRecord<layouts::kServiceListChange>;
+using SEvent_TeeInvocation = EventRecord<layouts::kTeeInvocation>;
+using SEvent_VkmsNoKeysAvailable = EventRecord<layouts::kVkmsNoKeysAvailable>;
 
 template <typename... RecordT>
 struct RecordList

@@ -139,10 +139,10 @@ public:
 
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
+    ~Service() override = default;
 
 protected:
     Service() = default;
-    ~Service() override = default;
 
     virtual void clientConnected(const Reply&) {}
     virtual void clientDisconnected(const Reply&) {}

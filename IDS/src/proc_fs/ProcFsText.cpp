@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cinttypes>
 #include <cmath>
-#include <cstdlib>
+#include <cstdio>
 #include <string>
 #include <system_error>
-#include <type_traits>
 
 namespace ids::proc_fs {
 namespace {
@@ -21,39 +21,9 @@ std::string_view withoutBlanks(std::string_view text)
     return text;
 }
 
-/// Takes whole numbers from a text as scanf does. The first thing that is no number ends it.
-class Numbers
-{
-public:
-    explicit Numbers(std::string_view text) : m_text{text} {}
-
-    template <typename Number>
-    Numbers& take(Number& number)
-    {
-        char* end = nullptr;
-        const auto taken = std::is_signed_v<Number> ? static_cast<Number>(std::strtol(m_next, &end, 10))
-                                                    : static_cast<Number>(std::strtoul(m_next, &end, 10));
-        if (end == m_next) {
-            m_next = "";
-            return *this;
-        }
-        number = taken;
-        m_next = end;
-        return *this;
-    }
-
-    Numbers& skip(int count)
-    {
-        for (std::int64_t skipped = 0; count > 0; --count) {
-            take(skipped);
-        }
-        return *this;
-    }
-
-private:
-    const std::string m_text;
-    const char* m_next = m_text.c_str();
-};
+// What follows the name in a stat file, from the state to the processor.
+constexpr char kStatFields[] = " %c %d %*d %*d %*d %*d %*u %*u %*u %*u %*u %u %u %d %d %d %d %u %*d %u %u %*d %*u %*u "
+                               "%*u %*u %*u %*u %*u %*u %*u %*u %*u %*u %*u %*d %d";
 
 void workOutShares(SProcStat& stat)
 {
@@ -78,7 +48,7 @@ std::optional<double> parseUptime(std::string_view text)
 std::uint64_t parseUptimeSeconds(std::string_view text)
 {
     std::uint64_t seconds = 0;
-    Numbers{text}.take(seconds);
+    std::sscanf(std::string{text}.c_str(), "%" SCNu64, &seconds);
     return seconds;
 }
 
@@ -88,28 +58,15 @@ bool parseStat(std::string_view text, double uptime, SProcStat& stat)
     if (nameEnd == std::string_view::npos) {
         return false;
     }
-    Numbers{text.substr(0, nameEnd)}.take(stat.pid);
+    const std::string fields{text};
+    std::sscanf(fields.c_str(), "%d", &stat.pid);
     stat.uptime = uptime;
-    const auto rest = withoutBlanks(text.substr(nameEnd + 1));
-    if (rest.empty()) {
+    if (std::sscanf(fields.c_str() + nameEnd + 1, kStatFields, &stat.state, &stat.ppid, &stat.utime, &stat.stime,
+                    &stat.cutime, &stat.cstime, &stat.priority, &stat.nice, &stat.numThreads, &stat.starttime,
+                    &stat.vsize, &stat.processor) == EOF)
+    {
         return false;
     }
-    stat.state = rest.front();
-    Numbers{rest.substr(1)}
-        .take(stat.ppid)
-        .skip(9)
-        .take(stat.utime)
-        .take(stat.stime)
-        .take(stat.cutime)
-        .take(stat.cstime)
-        .take(stat.priority)
-        .take(stat.nice)
-        .take(stat.numThreads)
-        .skip(1)
-        .take(stat.starttime)
-        .take(stat.vsize)
-        .skip(15)
-        .take(stat.processor);
     workOutShares(stat);
     return true;
 }
@@ -133,7 +90,7 @@ void parseStatusLine(std::string_view line, SProcStat& stat)
     constexpr std::string_view kKey = "VmRSS:";
     if (line.starts_with(kKey)) {
         stat.vmRss = 0;
-        Numbers{line.substr(kKey.size())}.take(stat.vmRss);
+        std::sscanf(std::string{line.substr(kKey.size())}.c_str(), "%d", &stat.vmRss);
     }
 }
 
