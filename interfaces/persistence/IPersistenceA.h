@@ -11,15 +11,15 @@
 #include "util/CITypesFactory.h"
 #include "util/SharedPtr.h"
 
-/// The unit's persistence service: settings that outlive the processes, as values under numbered keys in partitions. A
-/// partition goes by a number or by a name, has a version, and has to be opened before use.
+/// The unit's persistence service: persistent settings, as values under numbered keys in partitions. A partition is
+/// identified by a number or a name, has a version, and must be opened before use.
 namespace persistence {
 
-/// Of a request, and of a value as its status. What other numbers mean is the service's.
+/// The result of a request, and the status of a value. The service defines the other numbers.
 enum ResultCode : std::uint32_t
 {
-    ok = 0,      ///< done; it exists
-    notFound = 6 ///< there is no such partition or value
+    ok = 0,      ///< done, or the value exists
+    notFound = 6 ///< no such partition or value
 };
 
 struct IntValue
@@ -72,16 +72,16 @@ public:
     virtual void version(std::uint32_t partition) = 0;
     virtual void versionByName(const std::string& partition) = 0;
 
-    /// Opens a partition; one that does not exist is made with the version.
+    /// Opens a partition; creates it with the version when it does not exist.
     virtual void open(std::uint32_t partition, const Version& version) = 0;
     virtual void openByName(const std::string& partition, const Version& version) = 0;
 
     virtual void setInt(std::uint32_t handle, std::uint32_t key, std::int32_t value) = 0;
 
-    /// What was set before is on the medium when the result comes.
+    /// When the result arrives, all values set before are on the medium.
     virtual void flush(std::uint32_t handle) = 0;
 
-    /// The values of the keys now and at every change.
+    /// Sends the values of the keys now and at every change.
     virtual void subscribe(std::uint32_t handle, const Keys& keys) = 0;
     virtual void unsubscribe(std::uint32_t handle, const Keys& keys) = 0;
 };

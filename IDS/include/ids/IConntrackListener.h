@@ -4,7 +4,7 @@
 
 namespace ids {
 
-/// Receives what connection tracking tells, on the daemon's active object.
+/// Receives the notifications of connection tracking, on the daemon's active object.
 class IConntrackListener
 {
 public:

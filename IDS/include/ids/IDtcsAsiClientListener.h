@@ -11,7 +11,7 @@ class IDtcsAsiClientListener
 public:
     virtual ~IDtcsAsiClientListener() = default;
 
-    /// The array and its entries may be null; isValid is what the service says of the value.
+    /// The array and its entries may be null; isValid is the validity that the service sends with the value.
     virtual void updateDtcs(const util::SharedPtr<asi::connectivity::diagnostic::Dtcs>& dtcs, bool isValid) = 0;
 };
 

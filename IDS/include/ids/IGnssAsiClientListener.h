@@ -11,7 +11,7 @@ class IGnssAsiClientListener
 public:
     virtual ~IGnssAsiClientListener() = default;
 
-    /// The position may be null; isValid is the service's own judgement of it.
+    /// The position may be null; isValid is the validity that the service sends with it.
     virtual void updatePosition(const util::SharedPtr<asi::navigation::gnss::Position>& position, bool isValid) = 0;
 };
 

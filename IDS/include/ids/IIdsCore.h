@@ -10,8 +10,8 @@ namespace ids {
 
 struct SEvent;
 
-/// The way to the IDS core. On the daemon's active object only. Every send returns whether the connection to the core
-/// took the event; nothing is kept or tried again.
+/// The link to the IDS core. On the daemon's active object only. Every send returns whether the connection to the core
+/// accepted the event; a refused event is neither stored nor sent again.
 class IIdsCore
 {
 public:
@@ -21,12 +21,12 @@ public:
     virtual bool isConnected() const = 0;
     virtual bool sendEvent(const SEvent& event) = 0;
 
-    /// Sends records from the SOME/IP network one by one. Returns the outcome of the last one; false at the first null
-    /// entry, where it stops, and for an empty array.
+    /// Sends records from the SOME/IP network one by one, up to the first null entry. Returns the outcome of the last
+    /// record sent; false for a null entry and for an empty array.
     virtual bool sendEvents(const util::SharedPtr<SecurityEvents>& events) = 0;
 
-    /// Sends an event that another domain has framed: 8 bytes of frame, 8 bytes of timestamp, context data. Anything
-    /// shorter than frame and timestamp is refused.
+    /// Sends an event that another domain has framed: 8 bytes of frame, 8 bytes of timestamp, context data. Refuses an
+    /// event that is shorter than frame and timestamp.
     virtual bool sendEvent(const std::vector<std::uint8_t>& raw) = 0;
 };
 

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// The service that the IDS core connects to, as the core link uses it. On the daemon's active object only.
+/// The service that the IDS core connects to, as seen by the core link. On the daemon's active object only.
 class IIdsCoreAsiService
 {
 public:
@@ -15,7 +15,7 @@ public:
     /// Whether an IDS core is connected.
     virtual bool isConnected() const = 0;
 
-    /// Hands an event to the connection; an empty one is refused. True when the connection took it.
+    /// Sends an event to the core; refuses null. Returns true when the connection accepted it.
     virtual bool sendEvent(const std::shared_ptr<asi::connectivity::idscore::SecEvent>& event) = 0;
 };
 

@@ -2,7 +2,7 @@
 
 namespace ids {
 
-/// Learns that the IDS core has connected. Called on the daemon's active object, at every connection.
+/// Notified of every connection of an IDS core, on the daemon's active object.
 class IIdsCoreServiceListener
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// Publishes what the firewall dropped last. Called on the daemon's active object.
+/// Publishes the last packet that the firewall dropped. Called on the daemon's active object.
 class IIdsInformationAsiService
 {
 public:

@@ -12,8 +12,8 @@ class IIdsm
 public:
     virtual ~IIdsm() = default;
 
-    /// Takes an event that event_factory::createEvent has made. Returns true when it went to the IDS core now; false
-    /// when it is held for later, or dropped because too many are held already, or empty.
+    /// Accepts an event made by event_factory::createEvent. Returns true when it was sent to the IDS core at once;
+    /// false when it waits, or was dropped because it is null or too many wait.
     virtual bool reportEvent(const std::shared_ptr<SEvent>& event) = 0;
 };
 

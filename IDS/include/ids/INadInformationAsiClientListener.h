@@ -5,8 +5,8 @@
 
 namespace ids {
 
-/// Receives what the cellular modem tells of itself, on the daemon's active object. Records may be null; isValid is
-/// what the service says of the value.
+/// Receives the state of the cellular modem, on the daemon's active object. Records may be null; isValid is the
+/// validity that the service sends with the value.
 class INadInformationAsiClientListener
 {
 public:

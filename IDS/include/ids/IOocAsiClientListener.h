@@ -8,7 +8,7 @@
 namespace ids {
 
 /// Receives the power and operating state of the unit, on the daemon's active object. Records may be null; isValid is
-/// what the service says of the value.
+/// the validity that the service sends with the value.
 class IOocAsiClientListener
 {
 public:

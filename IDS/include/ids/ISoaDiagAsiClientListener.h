@@ -5,8 +5,8 @@
 
 namespace ids {
 
-/// Receives what the diagnostics of the service-oriented middleware publish, on the daemon's active object. Events and
-/// what is in them may be null.
+/// Receives the events of the middleware's diagnostics (SOME/IP), on the daemon's active object. Events and their
+/// members may be null.
 class ISoaDiagAsiClientListener
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// Learns what the trusted execution environment and its key management report, on the daemon's active object.
+/// Receives the reports of the trusted execution environment and its key management, on the daemon's active object.
 class ITeeAsiServiceListener
 {
 public:
@@ -14,7 +14,7 @@ public:
 
     virtual void onNoVkmsKeyAvailable() = 0;
 
-    /// The name may be null when the caller gave none, and empty when its process could not be looked up.
+    /// The name is null when the caller sent none, and empty when its process was not found.
     virtual void onTeeAccessed(const util::SharedPtr<std::string>& appName) = 0;
 };
 

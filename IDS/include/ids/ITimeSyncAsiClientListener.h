@@ -4,8 +4,8 @@
 
 namespace ids {
 
-/// Receives the time offsets of the unit, on the daemon's active object. The unit of an offset is the service's;
-/// isValid is what the service says of the value.
+/// Receives the time offsets of the unit, on the daemon's active object. The service defines the unit of an offset;
+/// isValid is the validity that it sends with the value.
 class ITimeSyncAsiClientListener
 {
 public:

@@ -13,8 +13,8 @@ public:
 
     using QuorServices = asi::connectivity::configuration::QuorServices;
 
-    /// The list, its entries and their names may be null; isValid is what the service says of the value. The list is
-    /// shared: who orders or empties it does so for all that hold it.
+    /// The list, its entries and their names may be null; isValid is the validity that the service sends with the
+    /// value. All listeners share the list: a change by one is visible to the others.
     virtual void updateQuorServices(const util::SharedPtr<QuorServices>& services, bool isValid) = 0;
 };
 

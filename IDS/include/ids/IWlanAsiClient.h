@@ -2,13 +2,13 @@
 
 namespace ids {
 
-/// What a sensor may ask of the unit's WLAN functions.
+/// Requests to the unit's WLAN functions.
 class IWlanAsiClient
 {
 public:
     virtual ~IWlanAsiClient() = default;
 
-    /// Returns true when the request went out; the listeners are told the answer.
+    /// Returns true when the connection accepted the request; the reply is passed to the listeners.
     virtual bool requestTrafficCounters() = 0;
 };
 

@@ -5,7 +5,8 @@
 
 namespace ids {
 
-/// Receives what the unit's WLAN functions tell, on the daemon's active object. Every record may be null.
+/// Receives the notifications and replies of the unit's WLAN functions, on the daemon's active object. Every record may
+/// be null.
 class IWlanAsiClientListener
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// What has become of a connection.
+/// The state change of a connection.
 enum class EConntrackStatus : std::uint32_t
 {
     ADD = 0,
@@ -14,15 +14,15 @@ enum class EConntrackStatus : std::uint32_t
     UNKNOWN = 2
 };
 
-/// A connection as the kernel tracks it: addresses as the answering side sees them, after translation, and ports as the
-/// asking side chose them. All in network order.
+/// A tracked connection: addresses of the reply tuple, which contains translated addresses, and ports of the original
+/// tuple. All in network order.
 struct SConntrackInfo
 {
     std::array<std::uint8_t, 4> sourceIpv4{};
     std::array<std::uint8_t, 4> destinationIpv4{};
     std::array<std::uint8_t, 16> sourceIpv6{};
     std::array<std::uint8_t, 16> destinationIpv6{};
-    std::uint8_t family = 0;  ///< AF_INET or AF_INET6 says which addresses are meant
+    std::uint8_t family = 0;  ///< selects the addresses: AF_INET or AF_INET6
     std::string protocolName; ///< empty when unknown
     EConntrackStatus status = EConntrackStatus::UNKNOWN;
     std::uint16_t destinationPort = 0; ///< ICMP: the type and, second, the code

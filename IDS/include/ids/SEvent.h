@@ -5,7 +5,7 @@
 
 namespace ids {
 
-/// What is fixed for all events of one type.
+/// The constants of an event type.
 struct SEventDescriptor
 {
     bool hasContextDataHeader; ///< false: the type itself uses the bytes of the header
@@ -15,12 +15,12 @@ struct SEventDescriptor
     bool hasTimestamp;
 };
 
-/// A security event on its way to the IDS core: made by event_factory::createEvent, shared and not copied from then on.
-/// The dispatcher may rewrite the timestamp of an event that had to wait.
+/// A security event, made by event_factory::createEvent and then shared, not copied. The dispatcher may rewrite the
+/// timestamp of an event that waits.
 struct SEvent
 {
-    /// Fills everything but the type's own fields, with the present time of the time base. An event ID that is not
-    /// known leaves a record without context data and with zeros in frame and timestamp. Throws std::bad_alloc.
+    /// Fills all members except the type's own fields, with the current time of the time base. An unknown event ID
+    /// gives a record without context data and with zeros in frame and timestamp. Throws std::bad_alloc.
     explicit SEvent(const SEventDescriptor& descriptor);
 
     std::vector<std::uint8_t> contextData;

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// A connection with the outside that could not be made.
+/// A failed connection to an external network.
 struct SExtConnFailure
 {
     std::uint8_t connectionType = 0;

@@ -6,11 +6,11 @@
 
 namespace ids {
 
-/// One dropped packet, or the packets dropped in a period. The members named reserved have their place in the events
-/// and no source on this unit; they keep what they start with.
+/// One dropped packet, or the packets dropped in a period. The members named reserved are fields of the events without
+/// a source on this unit; they keep their initial values.
 struct SFirewallStatistics
 {
-    /// Takes the present time of the time base.
+    /// Sets the time from the time base.
     SFirewallStatistics();
 
     std::uint16_t reserved0 = 0;

@@ -11,14 +11,14 @@ enum class EProcState : std::uint8_t
     STOP = 16
 };
 
-/// One process as it was sampled.
+/// One sample of a process.
 struct SProcess
 {
     double cpuUsage = 0;       ///< user-mode share of one CPU, percent
     double systemCpuUsage = 0; ///< kernel-mode share of one CPU, percent
     std::uint32_t id = 0;
     std::string name{};
-    std::uint32_t ramUsage = 0; ///< resident set size in kB, the low 16 bits of it
+    std::uint32_t ramUsage = 0; ///< resident set size in kB, its low 16 bits
     EProcState state = EProcState::START;
 };
 

@@ -6,7 +6,7 @@
 
 namespace ids {
 
-/// A TLS handshake that one of the unit's services did not complete.
+/// A TLS handshake that failed at one of the unit's services.
 struct STlsHandshakeFailure
 {
     std::uint16_t destinationPort = 0;

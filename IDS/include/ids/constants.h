@@ -11,8 +11,7 @@ inline constexpr std::string_view coreDumpFolder = "/ovi-cache/core/ids/";
 /// The unit's trusted execution environment.
 inline constexpr std::string_view teeName = "OP-TEE";
 
-// The processes that belong on the unit, by the names that the kernel gives them. Each set is sorted, so that it can be
-// searched.
+// Known processes of the unit, by their kernel names. Each set is sorted for binary search.
 // clang-format off
 
 inline constexpr std::string_view knownSystemDaemons[] = {

@@ -10,7 +10,7 @@ namespace ids {
 namespace {
 
 constexpr char kLabel[] = "ids::CIdsManager";
-constexpr std::uint32_t kForwardMode = 2; // SOME/IP events go on to the listeners
+constexpr std::uint32_t kForwardMode = 2; // SOME/IP events are forwarded to the listeners
 
 tracing::Channel s_channel{"CON_IDS_MNGR", 7, 2};
 

@@ -28,28 +28,26 @@
 
 namespace ids {
 
-/// Owns every component of the daemon, wires them, and starts the sensors once the IDS core has connected. Members are
-/// built in the order below and destroyed in reverse; all of them work on the factory's active object.
+/// Owns and connects all components of the daemon, and starts the sensors once the IDS core has connected. Members are
+/// constructed in the order below and destroyed in reverse; all of them work on the factory's active object.
 ///
-/// Started and stopped on the service manager's thread. Made and destroyed on the active object, where the components
-/// run.
+/// start and stop are called on the service manager's thread; construction and destruction happen on the active object.
 class CIdsManager final : public common_::ListenerBase<IIdsCoreServiceListener>
 {
 public:
     explicit CIdsManager(comm::FactoryPtr factory);
     ~CIdsManager() override;
 
-    /// Puts the provided services on the bus. Returns whether all of them got there.
+    /// Registers the provided services. Returns whether all succeeded.
     bool start();
     void stopClients();
     void stopServices();
 
-    /// Connects to the car domain and the unit's services and starts the sensors; again at every later connection,
-    /// which starts nothing twice.
+    /// Connects to the car domain and the unit's services and starts the sensors. Further calls start nothing twice.
     void onIdsCoreConnected() override;
 
 private:
-    /// The clients of the unit's services, in the order in which they are made, started and stopped.
+    /// The clients of the unit's services, in the order of construction, start and stop.
     struct Clients
     {
         explicit Clients(const comm::FactoryPtr& factory);

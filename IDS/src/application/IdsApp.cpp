@@ -99,7 +99,7 @@ void IdsApp::requestPersistenceFlush()
     persistenceFlushAck();
 }
 
-// The components go on the thread that they run on, so that none of them is met half destroyed by its own work.
+// Destroys the components on their own thread, so that no work of theirs meets a half destroyed component.
 void IdsApp::destroyManager()
 {
     if (!comm::runAndWait(m_factory->getActiveObject({}), [this] { m_manager.reset(); })) {

@@ -10,15 +10,16 @@ namespace ids {
 
 class CIdsManager;
 
-/// The daemon as the service manager sees it. It owns the IDS manager, passes start and stop on to it and keeps no
-/// other state. Called on the service manager's thread.
+/// The application that the service manager starts and stops. Owns the IDS manager and has no other state. Called on
+/// the service manager's thread.
 class IdsApp final : public servmngt::Application
 {
 public:
     explicit IdsApp(comm::FactoryPtr factory);
     ~IdsApp() override;
 
-    /// Makes the IDS manager; one from before is destroyed first. Returns 0, or 1 when there is no memory for it.
+    /// Makes the IDS manager after destroying an existing one. Returns 0, or 1 when memory, a thread or a descriptor is
+    /// not available.
     std::uint32_t initApplication(std::uint32_t systemRunMode, std::uint32_t appRunMode,
                                   std::uint32_t persistenceAccessMode) override;
     void runApplication() override;
@@ -28,10 +29,10 @@ public:
     void appRunModeChanged(std::uint32_t) override {}
     void persistenceAccessModeChanged(std::uint32_t) override {}
 
-    /// Answers at once, whatever the components do.
+    /// Acknowledges at once; does not check the components.
     void watchdogAliveRequest() override;
 
-    /// Acknowledges at once: the daemon writes nothing that must persist.
+    /// Acknowledges at once: the daemon has no pending data to write.
     void requestPersistenceFlush() override;
 
 private:

@@ -12,9 +12,9 @@
 
 namespace ids {
 
-/// Receives the security events of the car's other domains over RSTP and tells its listeners of each, as it came.
+/// Receives the security events of the car's other domains over RSTP and passes each to its listeners unchanged.
 ///
-/// On the active object only; a thread of the transport reads. While nobody listens, events are lost.
+/// On the active object only; a thread of the transport reads. Events that arrive without a listener are lost.
 class CCdRstpClient final : public common_::SubjectBase<ICdRstpClientListener>, private IIDS_EventIncoming
 {
 public:
@@ -22,8 +22,8 @@ public:
 
     explicit CCdRstpClient(const comm::FactoryPtr& factory, const std::string& path = Transport::kPath);
 
-    /// Starts the transport, which connects by itself from then on. Returns false when there is no memory or thread for
-    /// it; once started, further calls change nothing.
+    /// Starts the transport, which keeps itself connected. Returns false when memory or a thread is not available.
+    /// After a success, further calls have no effect.
     bool init();
 
 private:

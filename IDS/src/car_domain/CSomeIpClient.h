@@ -11,7 +11,7 @@
 
 namespace ids {
 
-/// Hands what the SOME/IP security event service tells on to the client.
+/// Forwards the notifications of the SOME/IP security event service to the client.
 class ISomeIpReplyImpl : public asi::someip::oru::services::idssecurityevent::v2::IDSSecurityEventReply,
                          public common_::ReplyForwarder<IImplListener>
 {
@@ -24,8 +24,8 @@ public:
     }
 };
 
-/// Subscribes to the security events of the SOME/IP network whenever their service becomes alive, and tells the
-/// listeners of every notification. On the active object only. What comes while nobody listens is lost.
+/// Subscribes to the security events of the SOME/IP network whenever their service becomes alive, and notifies the
+/// listeners. On the active object only. Events that arrive without a listener are lost.
 class CSomeIpClient final
     : public common_::AsiClientSkeleton<asi::someip::oru::services::idssecurityevent::v2::IDSSecurityEventProxy,
                                         ISomeIpReplyImpl>,
@@ -33,7 +33,7 @@ class CSomeIpClient final
       public common_::SubjectBase<ISomeIpClientListener>
 {
 public:
-    /// forwardMode: 2 tells the listeners, any other tells nobody.
+    /// forwardMode: 2 forwards to the listeners, any other value discards.
     CSomeIpClient(comm::FactoryPtr factory, std::uint32_t forwardMode);
 
     bool onSecurityEvents(const util::SharedPtr<SecurityEvents>& content) override;

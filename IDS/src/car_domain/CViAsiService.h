@@ -9,11 +9,11 @@
 
 namespace ids {
 
-/// Provides "asi.connectivity.ids.ViIdsmConnector", instance 1: whatever the V2X domain sends goes to the listeners as
-/// it came.
+/// Provides "asi.connectivity.ids.ViIdsmConnector", instance 1: passes the events of the V2X domain to the listeners
+/// unchanged.
 ///
-/// Registered and withdrawn from any thread, everything else on the active object. While nobody listens, events are
-/// lost.
+/// Registered and withdrawn from any thread, otherwise used on the active object only. Events that arrive without a
+/// listener are lost.
 class CViAsiService final : public asi::connectivity::ids::ViIdsmConnectorS,
                             public common_::SubjectBase<IViAsiServiceListener>
 {

@@ -5,8 +5,8 @@
 
 namespace ids {
 
-/// One of the two connections of the operation-control client, which derives from both: a whole skeleton for its proxy,
-/// subscribed to all attributes of its service while that is alive.
+/// Base of the operation-control client for one of its two services: a client skeleton that subscribes to all
+/// attributes when the service becomes alive.
 template <typename Proxy>
 class AsiSkeletonWrapperAttr : public common_::AsiClientSkeleton<Proxy, IOocReplyImpl>
 {

@@ -6,8 +6,8 @@
 
 namespace ids {
 
-/// Looks for the GNSS failure among the diagnostic trouble codes and logs when it is there: there is no event for it.
-/// On the active object only.
+/// Logs the GNSS failure when it is among the diagnostic trouble codes; no event exists for it. On the active object
+/// only.
 class CDtcs final : public common_::ListenerBase<IDtcsAsiClientListener>
 {
 public:

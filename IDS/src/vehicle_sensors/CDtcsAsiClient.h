@@ -8,7 +8,7 @@
 
 namespace ids {
 
-/// Hands what the diagnostic service tells on to the client.
+/// Forwards the updates of the diagnostic service to the client.
 class DiagnosticDtcsReplyImpl : public asi::connectivity::diagnostic::DiagnosticDtcsReply,
                                 public common_::ReplyForwarder<IDtcsAsiClientListener>
 {
@@ -21,7 +21,7 @@ public:
     }
 };
 
-/// Subscribes to the diagnostic trouble codes and tells the listeners of every update. On the active object only.
+/// Subscribes to the diagnostic trouble codes and notifies the listeners of every update. On the active object only.
 class CDtcsAsiClient final
     : public common_::AsiClientSkeleton<asi::connectivity::diagnostic::DiagnosticDtcsProxy, DiagnosticDtcsReplyImpl>,
       public common_::SubjectBase<IDtcsAsiClientListener>,

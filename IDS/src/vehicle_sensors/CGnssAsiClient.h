@@ -10,7 +10,7 @@ namespace ids {
 
 class CGnssAsiClient;
 
-/// Hands what the navigation service tells on to the client.
+/// Forwards the updates of the navigation service to the client.
 class GnssReplyImpl : public asi::navigation::gnss::GnssReply, public common_::ReplyForwarder<CGnssAsiClient>
 {
 public:
@@ -19,7 +19,7 @@ public:
     void updatePosition(const util::SharedPtr<asi::navigation::gnss::Position>& position, bool isValid) override;
 };
 
-/// Subscribes to the unit's position and tells the listeners of every update. On the active object only.
+/// Subscribes to the unit's position and notifies the listeners of every update. On the active object only.
 class CGnssAsiClient final : public common_::AsiClientSkeleton<asi::navigation::gnss::GnssProxy, GnssReplyImpl>,
                              public common_::SubjectBase<IGnssAsiClientListener>
 {

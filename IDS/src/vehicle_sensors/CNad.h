@@ -11,8 +11,8 @@
 
 namespace ids {
 
-/// Reports that the cellular modem has another access point (APN) configuration, and data connections that did not
-/// start. Short messages only leave a line. On the active object only.
+/// Reports changes of the cellular modem's access point (APN) configuration and data connections that failed to start.
+/// Short messages are only logged. On the active object only.
 class CNad final : public common_::ListenerBase<INadInformationAsiClientListener>,
                    public common_::ListenerBase<INadMsgAsiClientListener>
 {
@@ -22,7 +22,7 @@ public:
     void updateNetworkRegistration(const util::SharedPtr<asi::connectivity::al::NetworkRegistration>&, bool) override {}
     void updateSignalStrength(const util::SharedPtr<asi::connectivity::al::SignalStrength>&, bool) override {}
 
-    /// A result that is not valid or null is left alone.
+    /// Ignores a result that is invalid or null.
     void
     updateDataConnectionStartResult(const util::SharedPtr<asi::connectivity::al::DataConnectionStartResult>& result,
                                     bool isValid) override;

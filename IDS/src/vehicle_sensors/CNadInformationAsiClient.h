@@ -8,7 +8,7 @@
 
 namespace ids {
 
-/// Hands what the modem's information service tells on to the client.
+/// Forwards the updates of the modem's information service to the client.
 class NadInformationServiceReplyImpl : public asi::connectivity::al::NadInformationServiceReply,
                                        public common_::ReplyForwarder<INadInformationAsiClientListener>
 {
@@ -35,8 +35,8 @@ public:
     }
 };
 
-/// Subscribes to what the cellular modem tells of itself and tells the listeners of every update. On the active object
-/// only. What the modem did while we were not connected is seen as the one value that it left.
+/// Subscribes to the state of the cellular modem and notifies the listeners of every update. On the active object only.
+/// Of changes during a disconnection only the last value arrives.
 class CNadInformationAsiClient final
     : public common_::AsiClientSkeleton<asi::connectivity::al::NadInformationServiceProxy,
                                         NadInformationServiceReplyImpl>,

@@ -11,7 +11,7 @@
 
 namespace ids {
 
-/// Hands the messages of the modem's messaging service on to the client.
+/// Forwards the messages of the modem's messaging service to the client.
 class NadMessagingServicesReplyImpl : public asi::connectivity::al::NadMessagingServicesReply,
                                       public common_::ReplyForwarder<INadMsgAsiClientListener>
 {
@@ -25,8 +25,8 @@ public:
     }
 };
 
-/// Tells the listeners of every short message that the cellular modem receives. On the active object only. Messages
-/// that come while we are not connected are lost.
+/// Notifies the listeners of every short message that the cellular modem receives. On the active object only. Messages
+/// that arrive during a disconnection are lost.
 class CNadMsgAsiClient final : public common_::AsiClientSkeleton<asi::connectivity::al::NadMessagingServicesProxy,
                                                                  NadMessagingServicesReplyImpl>,
                                public common_::SubjectBase<INadMsgAsiClientListener>,

@@ -9,14 +9,14 @@
 
 namespace ids {
 
-/// Logs the unit's power and operating state, and every 62 seconds how often its Ethernet communication was
-/// interrupted meanwhile. Raises no event. On the active object only.
+/// Logs the unit's power and operating state, and every 62 seconds the number of interruptions of its Ethernet
+/// communication in that period. Raises no event. On the active object only.
 class COoc final : public common_::ListenerBase<IOocAsiClientListener>
 {
 public:
     COoc(IIdsm& idsm, common_::ISynchronizedTimerFactory& timers);
 
-    /// Starts the periods.
+    /// Starts the first period.
     void start();
 
     void updateBatteryInfo(const util::SharedPtr<asi::ooc::app::BatteryInfo>& info, bool isValid) override;
@@ -30,7 +30,7 @@ public:
 private:
     void onTimerExpired();
 
-    [[maybe_unused]] IIdsm& m_idsm; ///< none of these states has an event
+    [[maybe_unused]] IIdsm& m_idsm; ///< these states have no event
     std::uint32_t m_interruptionCount = 0;
     const common_::ISynchronizedTimerFactory::TimerHandlePtr m_timer;
 };

@@ -6,8 +6,8 @@
 
 namespace ids {
 
-/// Subscribes to the power and operating state of the unit at both services that publish it, and tells the listeners of
-/// every update that they can hear. On the active object only, but stop.
+/// Subscribes to the power and operating state of the unit at both services that publish it, and notifies the listeners
+/// of the updates that their interface has. On the active object only, except stop.
 class COocAsiClient final : public AsiSkeletonWrapperAttr<asi::ooc::app::IOocApplicationProxy>,
                             public AsiSkeletonWrapperAttr<asi::ooc::app::IOocIdsProxy>,
                             public IOocAsiClientListener,

@@ -65,7 +65,7 @@ STlsHandshakeFailure failureOf(const SecureConnectionEvent& event)
             .tlsIdentity = textOf(event.tls_identity)};
 }
 
-/// An address of a unique-local prefix that nobody has.
+/// An unassigned address of a unique-local prefix.
 util::SharedPtr<ServiceAddress> testAddress(std::uint8_t lastByte, std::uint16_t port)
 {
     const std::vector<std::uint8_t> bytes{0xFD, 0x12, 0x34, 0x56, 0x78, 0x9A, 0, 1, 0, 0, 0, 0, 0, 0, 0, lastByte};

@@ -6,9 +6,9 @@
 
 namespace ids {
 
-/// Reports service discoveries and TLS handshakes of the service-oriented middleware that failed. A discovery that
-/// succeeded is reported as a use of the trusted execution environment, where the handshake that follows is done. On
-/// the active object only.
+/// Reports failed service discoveries and failed TLS handshakes of the middleware (SOME/IP). Reports a successful
+/// discovery as a use of the trusted execution environment, which performs the handshake that follows. On the active
+/// object only.
 class CSoaDiag final : public ISoaDiagAsiClientListener
 {
 public:

@@ -9,7 +9,7 @@
 
 namespace ids {
 
-/// Hands what the diagnostics publish on to the client.
+/// Forwards the events of the diagnostics to the client.
 class DiagReplyImpl : public asi::servicediag::diagReply, public common_::ReplyForwarder<ISoaDiagAsiClientListener>
 {
 public:
@@ -33,16 +33,16 @@ public:
     }
 };
 
-/// Asks one instance of the middleware's diagnostics for their events and hands them on to a listener. On the active
-/// object only. What comes while there is no listener, or while we are not connected, is lost.
+/// Requests the events of one instance of the middleware's diagnostics and forwards them to a listener. On the active
+/// object only. Events that arrive without a listener or during a disconnection are lost.
 class CSoaDiagAsiClient final : public common_::AsiClientSkeleton<asi::servicediag::diagProxy, DiagReplyImpl>,
                                 public ISoaDiagAsiClientListener
 {
 public:
-    /// index: which of the unit's instances, counted from 0.
+    /// index: instance on the unit, counted from 0.
     CSoaDiagAsiClient(comm::FactoryPtr factory, std::uint32_t index);
 
-    /// One listener may serve several clients. It must outlive the client or be taken back with null.
+    /// One listener may serve several clients. It must outlive the client or be removed with null.
     void setListener(ISoaDiagAsiClientListener* listener) { m_listener = listener; }
 
     void publishingStarted() override;

@@ -12,7 +12,7 @@ namespace ids {
 
 class CTimeSyncAsiClient;
 
-/// Hands what the time synchronisation service tells on to the client.
+/// Forwards the updates of the time synchronisation service to the client.
 class TimeSyncReplyImpl : public asi::time::TimeSyncReply, public common_::ReplyForwarder<CTimeSyncAsiClient>
 {
 public:
@@ -22,7 +22,7 @@ public:
     void updateutcOffset(std::int64_t offset, bool isValid) override;
 };
 
-/// Subscribes to the unit's time offsets and tells the listeners of every update. On the active object only.
+/// Subscribes to the unit's time offsets and notifies the listeners of every update. On the active object only.
 class CTimeSyncAsiClient final : public common_::AsiClientSkeleton<asi::time::TimeSyncProxy, TimeSyncReplyImpl>,
                                  public common_::SubjectBase<ITimeSyncAsiClientListener>
 {

@@ -7,8 +7,8 @@
 
 namespace ids {
 
-/// Hands what either operation-control service tells on to the client, as far as the daemon wants to know it. Made once
-/// for each of the two.
+/// Forwards the updates of an operation-control service that the daemon uses to the client. One object for each of the
+/// two services.
 class IOocReplyImpl : public asi::ooc::app::IOocApplicationReply,
                       public asi::ooc::app::IOocIdsReply,
                       public common_::ReplyForwarder<IOocAsiClientListener>

@@ -17,7 +17,7 @@ struct ServiceAddress
 {
     UInt8Array address{}; ///< IPv6, 16 bytes
     std::uint16_t port = 0;
-    bool isUdp = false; ///< else TCP
+    bool isUdp = false; ///< otherwise TCP
 
     static constexpr auto fields()
     {
@@ -33,10 +33,10 @@ struct ServiceIdentity
     static constexpr auto fields() { return std::tuple{comm::field("name", &ServiceIdentity::name)}; }
 };
 
-/// The outcome of a search for a service.
+/// The result of a service discovery.
 struct ServiceDiscoveryEvent
 {
-    std::uint32_t status = 0; ///< 1: it failed
+    std::uint32_t status = 0; ///< 1: failed
     util::SharedPtr<ServiceIdentity> querying_service{};
     util::SharedPtr<ServiceAddress> querying_address{};
     util::SharedPtr<std::string> error_info{};
@@ -50,7 +50,7 @@ struct ServiceDiscoveryEvent
     }
 };
 
-/// A service that the middleware's security rules concern.
+/// A service that is subject to the middleware's security rules.
 struct ServiceSecSOAEvent
 {
     util::SharedPtr<std::string> error_info{};
@@ -58,7 +58,7 @@ struct ServiceSecSOAEvent
     static constexpr auto fields() { return std::tuple{comm::field("error_info", &ServiceSecSOAEvent::error_info)}; }
 };
 
-/// The outcome of a TLS handshake.
+/// The result of a TLS handshake.
 struct SecureConnectionEvent
 {
     util::SharedPtr<ServiceAddress> source_address{};
@@ -80,11 +80,11 @@ class diag
 public:
     virtual ~diag() = default;
 
-    /// The caller wants the events from now on.
+    /// Subscribes the caller to the events.
     virtual void startPublishing() = 0;
 };
 
-/// What a client is sent that has asked for the events.
+/// Sent to the clients that have called startPublishing.
 class diagReply
 {
 public:

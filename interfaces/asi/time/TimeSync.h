@@ -7,10 +7,10 @@
 #include "comm/Proxy.h"
 #include "comm/Service.h"
 
-/// The unit's time synchronisation service. The unit of its offsets is its own.
+/// The unit's time synchronisation service. It defines the unit of its offsets.
 namespace asi::time {
 
-/// Clients only subscribe to the attributes.
+/// Clients subscribe to the attributes; there are no requests.
 class TimeSync
 {
 public:

@@ -8,7 +8,7 @@
 #include "comm/Service.h"
 #include "util/SharedPtr.h"
 
-/// What the platform layer of the cellular modem (the network access device) tells of it.
+/// The state of the cellular modem (the network access device), as its platform layer publishes it.
 namespace asi::connectivity::al {
 
 struct NetworkRegistration
@@ -28,7 +28,7 @@ struct SignalStrength
 struct DataConnectionStartResult
 {
     std::uint32_t connectionId = 0;
-    std::uint32_t startResult = 0; ///< 0: success; what another value means is the modem's
+    std::uint32_t startResult = 0; ///< 0: success; the modem defines the other values
 
     static constexpr auto fields()
     {
@@ -37,7 +37,7 @@ struct DataConnectionStartResult
     }
 };
 
-/// Clients only subscribe to the attributes.
+/// Clients subscribe to the attributes; there are no requests.
 class NadInformationService
 {
 public:

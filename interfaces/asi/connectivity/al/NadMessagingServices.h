@@ -12,7 +12,7 @@
 /// The short messages that the cellular modem receives.
 namespace asi::connectivity::al {
 
-/// The kind of a short message, 0 to 3. The numbers' meanings are the modem's own.
+/// The kind of a short message, 0 to 3. The modem defines the meanings.
 enum class SmsType : std::uint32_t
 {
     type0 = 0,
@@ -21,26 +21,26 @@ enum class SmsType : std::uint32_t
     type3 = 3
 };
 
-/// A greater one on the bus is refused under the name of the enumeration.
+/// The bus layer refuses a greater value with the name of the enumeration.
 constexpr comm::EnumLimit enumLimit(SmsType)
 {
     return {"SmsType", 3};
 }
 
-/// Clients only connect.
+/// Clients connect; there are no requests.
 class NadMessagingServices
 {
 public:
     virtual ~NadMessagingServices() = default;
 };
 
-/// What every connected client is sent.
+/// Sent to every connected client.
 class NadMessagingServicesReply
 {
 public:
     virtual ~NadMessagingServicesReply() = default;
 
-    /// A short message has come. pduSize: in bytes; pdu: as text.
+    /// A short message was received. pduSize: in bytes; pdu: as text.
     virtual void onMessage(SmsType type, std::uint32_t pduSize, const util::SharedPtr<std::string>& pdu) = 0;
 };
 

@@ -22,7 +22,7 @@ struct QuorService
 /// Entries may be null.
 using QuorServices = std::vector<util::SharedPtr<QuorService>>;
 
-/// Clients only subscribe to the attribute.
+/// Clients subscribe to the attribute; there are no requests.
 class QuorConfiguration
 {
 public:
@@ -34,7 +34,8 @@ class QuorConfigurationReply
 public:
     virtual ~QuorConfigurationReply() = default;
 
-    /// No list at all is told from an empty one: only the latter is something that a later list can differ from.
+    /// An absent list differs from an empty one: after an empty first list the next list counts as a change, after an
+    /// absent one it does not.
     virtual void updateQuorServices(const comm::Nullable<QuorServices>& services, bool isValid) = 0;
 };
 

@@ -9,13 +9,13 @@
 #include "comm/Service.h"
 #include "util/SharedPtr.h"
 
-/// The unit's diagnostic service: its present trouble codes.
+/// The unit's diagnostic service: its current trouble codes.
 namespace asi::connectivity::diagnostic {
 
 struct Dtc
 {
     std::uint32_t code = 0;
-    std::uint32_t errorCondition = 0; ///< DtcErrorCondition of the service, 1: the fault is there
+    std::uint32_t errorCondition = 0; ///< DtcErrorCondition of the service, 1: the fault is present
 
     static constexpr auto fields()
     {
@@ -26,7 +26,7 @@ struct Dtc
 /// Entries may be null.
 using Dtcs = std::vector<util::SharedPtr<Dtc>>;
 
-/// Clients only subscribe to the attribute.
+/// Clients subscribe to the attribute; there are no requests.
 class DiagnosticDtcs
 {
 public:
@@ -38,7 +38,7 @@ class DiagnosticDtcsReply
 public:
     virtual ~DiagnosticDtcsReply() = default;
 
-    /// No codes at all are told from none at present.
+    /// An absent array differs from an empty one, which means that there are no trouble codes.
     virtual void updateDtcs(const comm::Nullable<Dtcs>& dtcs, bool isValid) = 0;
 };
 

@@ -7,7 +7,7 @@
 #include "comm/Service.h"
 #include "util/SharedPtr.h"
 
-/// The daemon's information service: what the firewall dropped last.
+/// The daemon's information service: the last packet that the firewall dropped.
 namespace asi::connectivity::ids {
 
 struct FirewallDropPacketInfo
@@ -22,7 +22,7 @@ struct FirewallDropPacketInfo
     }
 };
 
-/// Clients only read and subscribe to the attribute.
+/// Clients read the attribute or subscribe to it; there are no requests.
 class IdsService
 {
 public:

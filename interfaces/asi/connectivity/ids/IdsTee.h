@@ -16,17 +16,17 @@ class IdsTee
 public:
     virtual ~IdsTee() = default;
 
-    /// The key management had no key to give.
+    /// The key management has no key available.
     virtual void reportNoKeysAvailable() = 0;
 
-    /// An application has invoked the environment. The name may be null.
+    /// An application has used the environment. The name may be null.
     virtual void reportTeeAccess(const util::SharedPtr<std::string>& appName) = 0;
 
-    /// The same by the application's process, whose name the daemon finds out.
+    /// As reportTeeAccess, with the process ID; the daemon looks up the name of the process.
     virtual void reportTeeAccessOfProcess(std::uint32_t processId) = 0;
 };
 
-/// The service answers nothing.
+/// The service has no replies.
 class IdsTeeReply
 {
 public:

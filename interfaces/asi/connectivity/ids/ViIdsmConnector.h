@@ -15,11 +15,11 @@ class ViIdsmConnector
 public:
     virtual ~ViIdsmConnector() = default;
 
-    /// event: the framed event; its own length counts, eventSize tells nothing.
+    /// event: the framed event. eventSize is ignored: the length of event is used.
     virtual void sendEvent(const UInt8Array& event, std::uint32_t eventSize) = 0;
 };
 
-/// The service answers nothing.
+/// The service has no replies.
 class ViIdsmConnectorReply
 {
 public:

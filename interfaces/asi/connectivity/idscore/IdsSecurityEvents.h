@@ -8,15 +8,15 @@
 #include "util/CITypesFactory.h"
 #include "util/SharedPtr.h"
 
-/// The service through which the IDS core gets security events: the daemon provides it, the core connects to it.
+/// The service that sends security events to the IDS core: the daemon provides it, the core connects to it.
 namespace asi::connectivity::idscore {
 
-/// One security event as four byte blocks; timestamp and contextData may be shorter than the event's ID asks for when
-/// another domain has framed the event.
+/// One security event as byte blocks and its ID. In an event framed by another domain, timestamp and contextData may be
+/// shorter than the event ID requires.
 struct SecEvent
 {
     UInt8Array contextData;
-    UInt8Array eventFrame; ///< 8 bytes in every event of the daemon's own
+    UInt8Array eventFrame; ///< 8 bytes in the daemon's own events
     std::uint16_t eventId = 0;
     UInt8Array timestamp; ///< nanoseconds within the second, then seconds since 1970 (UTC), 4 bytes each, big-endian
 
@@ -28,7 +28,7 @@ struct SecEvent
     }
 };
 
-/// What the core made of an event. The numbers' meanings are the core's own.
+/// The core's result for an event. The core defines the meanings.
 enum class SendResult : std::uint32_t
 {
     result0 = 0,
@@ -61,7 +61,7 @@ public:
     virtual void sendEventResult(const util::SharedPtr<EventSendResult>& result) = 0;
 };
 
-/// What the daemon sends to the connected core.
+/// Sent to the connected core.
 class IdsSecurityEventsReply
 {
 public:
@@ -85,7 +85,7 @@ struct IdsSecurityEventsDescription
 using IdsSecurityEventsSAttr = comm::Service<IdsSecurityEventsDescription>;
 using IdsSecurityEventsProxy = comm::ServiceProxy<IdsSecurityEventsDescription>;
 
-/// The largest value of SendResult; a greater one on the bus is refused under the name of the enumeration.
+/// The largest value of SendResult; the bus layer refuses a greater value with the name of the enumeration.
 constexpr comm::EnumLimit enumLimit(SendResult)
 {
     return {"SendResult", 4};

@@ -10,10 +10,10 @@
 #include "util/CITypesFactory.h"
 #include "util/SharedPtr.h"
 
-/// The WLAN functions of the unit's networking platform: its hotspot, and itself as a client of another's.
+/// The WLAN functions of the unit's networking platform: the unit's hotspot, and the unit as a client of another WLAN.
 namespace asi::connectivity::networking {
 
-/// A device that the hotspot or the client function runs on.
+/// A device used by the hotspot or the client function.
 struct WlanDevice
 {
     util::SharedPtr<std::string> name{};
@@ -21,12 +21,12 @@ struct WlanDevice
     static constexpr auto fields() { return std::tuple{comm::field("name", &WlanDevice::name)}; }
 };
 
-/// Somebody could not join the unit's hotspot.
+/// A station failed to join the unit's hotspot.
 struct WlanConnectionFailureHotspot
 {
-    UInt8Array mac{};         ///< whose attempt it was, 6 bytes
-    std::uint32_t reason = 0; ///< as the service numbers it
-    std::uint32_t band = 0;   ///< as the service numbers it
+    UInt8Array mac{};         ///< of the station, 6 bytes
+    std::uint32_t reason = 0; ///< code of the service
+    std::uint32_t band = 0;   ///< code of the service
     UInt8Array bssid{};       ///< of the hotspot, 6 bytes
     util::SharedPtr<std::string> ssid{};
 
@@ -40,12 +40,12 @@ struct WlanConnectionFailureHotspot
     }
 };
 
-/// The unit could not join a WLAN.
+/// The unit failed to join a WLAN.
 struct WlanConnectionFailureClient
 {
     util::SharedPtr<std::string> ssid{};
     UInt8Array bssid{};       ///< of the WLAN's access point, 6 bytes
-    std::uint32_t reason = 0; ///< as the service numbers it
+    std::uint32_t reason = 0; ///< code of the service
     UInt8Array hwaddr{};      ///< of the unit's own device, 6 bytes
 
     static constexpr auto fields()
@@ -87,14 +87,14 @@ class WlanService
 public:
     virtual ~WlanService() = default;
 
-    /// The caller wants to be told of devices and connections from now on.
+    /// Subscribes the caller to notifications of devices and connections.
     virtual void startNotifications() = 0;
 
-    /// Answered by responseTrafficCounters.
+    /// The reply is responseTrafficCounters.
     virtual void requestTrafficCounters() = 0;
 };
 
-/// What a client is sent. Every record may be null.
+/// Sent to the clients. Every record may be null.
 class WlanServiceReply
 {
 public:

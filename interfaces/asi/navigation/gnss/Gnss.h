@@ -10,7 +10,7 @@
 
 namespace asi::navigation::gnss {
 
-/// Clients only subscribe to the attribute.
+/// Clients subscribe to the attribute; there are no requests.
 class Gnss
 {
 public:

@@ -8,7 +8,7 @@
 /// The unit's navigation service.
 namespace asi::navigation::gnss {
 
-/// The daemon reads only timestampUTC.
+/// The daemon uses timestampUTC only.
 struct Position
 {
     std::uint64_t timestamp = 0;

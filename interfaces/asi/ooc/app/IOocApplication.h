@@ -12,14 +12,14 @@
 /// The unit's operation-control service: its power and operating state.
 namespace asi::ooc::app {
 
-/// Clients only subscribe to the attributes.
+/// Clients subscribe to the attributes; there are no requests.
 class IOocApplication
 {
 public:
     virtual ~IOocApplication() = default;
 };
 
-/// States and requests that are plain numbers are values of the service's enumerations.
+/// Plain numbers are values of the service's enumerations.
 class IOocApplicationReply
 {
 public:

@@ -7,10 +7,10 @@
 #include "comm/Proxy.h"
 #include "comm/Service.h"
 
-/// What the unit's operation-control service publishes for the intrusion detection.
+/// The unit's operation-control service for the intrusion detection.
 namespace asi::ooc::app {
 
-/// Clients only subscribe to the attribute.
+/// Clients subscribe to the attribute; there are no requests.
 class IOocIds
 {
 public:
@@ -22,7 +22,7 @@ class IOocIdsReply
 public:
     virtual ~IOocIdsReply() = default;
 
-    /// Why the Ethernet communication was interrupted, as a code of the service.
+    /// The reason of an interruption of the Ethernet communication, as a code of the service.
     virtual void updateEthCommInterruptReason(std::uint32_t reason, bool isValid) = 0;
 };
 

@@ -22,7 +22,7 @@ struct BatteryInfo
 
 struct ClampStates
 {
-    std::uint8_t ClampS = 0; ///< 0: off, as all clamps
+    std::uint8_t ClampS = 0; ///< 0: off, as for all clamps
     std::uint8_t Clamp15 = 0;
     std::uint8_t Clamp30 = 0;
     std::uint8_t CanState = 0;

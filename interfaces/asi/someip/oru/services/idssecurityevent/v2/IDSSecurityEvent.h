@@ -16,7 +16,7 @@ class IDSSecurityEvent
 public:
     virtual ~IDSSecurityEvent() = default;
 
-    /// From now on the caller wants the notification whose number is item. option: 0, no meaning is defined yet.
+    /// Subscribes the caller to the notification with the number item. option: 0; no meaning is defined.
     virtual void subscribeItem(std::uint32_t item, std::uint32_t option) = 0;
 };
 

@@ -27,7 +27,7 @@ struct DT_securityEvent_struct
     }
 };
 
-/// What one notification carries. The handles may be null.
+/// The content of one notification. The handles may be null.
 using SecurityEvents = std::vector<util::SharedPtr<DT_securityEvent_struct>>;
 
 } // namespace asi::someip::oru::services::idssecurityevent::v2
