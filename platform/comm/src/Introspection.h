@@ -15,7 +15,7 @@ struct ReservedName
     bool namesAttribute;
 };
 
-/// The reserved requests by the names that they have on the bus.
+/// The names of the reserved requests on the bus.
 inline constexpr std::array<ReservedName, 6> kReservedNames{{{"getAttributes", getAttributes, false},
                                                              {"cancelNotification", cancelNotification, true},
                                                              {"cancelNotifications", cancelNotifications, false},

@@ -16,7 +16,7 @@ namespace comm {
 
 class Bus;
 
-/// Events in their order, linked through themselves: adding one needs no memory.
+/// A queue of events, linked intrusively: push allocates no memory.
 class EventQueue
 {
 public:
@@ -50,13 +50,13 @@ public:
 
 private:
     util::SharedPtr<ActiveObjectEvent> m_first;
-    ActiveObjectEvent* m_last = nullptr; // while the queue is not empty
+    ActiveObjectEvent* m_last = nullptr; // valid while the queue is not empty
 };
 
 /// The thread, the event loop and the queue behind an active object.
 ///
-/// Posting is a short lock and, only when the queue was empty, one write to an event descriptor. Each turn takes all
-/// that is queued and runs it; the loop then looks at the bus before the next turn, so neither can starve the other.
+/// Posting takes a short lock and, only when the queue was empty, one write to an event descriptor. Each turn runs all
+/// that is queued; the loop then serves the bus before the next turn, so neither can starve the other.
 class Loop : public std::enable_shared_from_this<Loop>
 {
 public:
@@ -65,16 +65,17 @@ public:
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    /// Throws std::system_error when the kernel has no thread, or the loop no timer, left.
+    /// Throws std::system_error when the kernel has no thread or the loop cannot add an event source.
     void start();
     void enque(util::SharedPtr<ActiveObjectEvent> event);
     bool isCurrent() const { return m_threadId.load() == std::this_thread::get_id(); }
     void stop();
 
-    /// The loop's connection to the bus, opened at the first call; null once the loop has ended. On its thread only.
+    /// The loop's connection to the bus, opened at the first call; null once the loop has ended. On the loop's thread
+    /// only.
     Bus* bus();
 
-    /// As of the end of the last turn. From any thread.
+    /// At the end of the last turn. From any thread.
     bool busCongested() const { return m_busCongested.load(std::memory_order_relaxed); }
 
 private:
@@ -87,7 +88,7 @@ private:
     const std::string m_name;
     sd_event* m_event = nullptr;
     int m_wakeUp = -1;
-    osal::Mutex m_mutex; // guards the two below
+    osal::Mutex m_mutex; // guards m_queue and m_ending
     EventQueue m_queue;
     bool m_ending = false;
     std::unique_ptr<Bus> m_bus;

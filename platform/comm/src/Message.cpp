@@ -23,7 +23,7 @@ void MessageWriter::numbers(char type, const void* values, std::size_t bytes)
 
 void MessageWriter::text(const std::string& value)
 {
-    // The bus counts texts by their terminating zero.
+    // The bus ends a text at its terminating zero.
     if (ok()) {
         m_bytes += value.size();
         m_error = value.find('\0') == std::string::npos

@@ -7,9 +7,10 @@
 
 namespace comm {
 
-/// A proxy's place on the bus, on the loop's thread only, but for making it.
+/// The bus side of a proxy, on the loop's thread only, except its construction.
 ///
-/// At rest; seeking the owner of the service's name; connecting to the owner found; alive. Any loss leads to rest.
+/// States: at rest; seeking the owner of the service's name; connecting to the owner found; alive. Any loss leads to
+/// rest.
 class ProxyEndpoint final : public Bus::User
 {
 public:
@@ -17,13 +18,13 @@ public:
 
     void setReceiver(IReplyReceiver& receiver) { m_receiver = &receiver; }
 
-    /// Returns 0 or the errno that says why there is nothing to connect to.
+    /// Returns 0 or the errno of the failure.
     int connect(Bus& bus);
     void disconnect();
     bool isAlive() const { return m_state == State::alive; }
     const std::string& busName() const { return m_lifecycle->instanceId; }
 
-    /// A request for the owner, null unless alive.
+    /// A request to the owner, null unless alive.
     MessagePtr request(const char* member) const;
     bool send(sd_bus_message* message, std::size_t bytes) const { return m_bus->send(message, bytes); }
 
@@ -49,14 +50,14 @@ private:
     void die(DeathNotice::Reason reason, int origin);
 
     const ServiceInfo& m_info;
-    const std::shared_ptr<const Lifecycle> m_lifecycle; // may outlive us in a call of the listener
+    const std::shared_ptr<const Lifecycle> m_lifecycle; // may outlive this object in a call of the listener
     const std::string m_objectPath;
     const std::string m_replyInterface;
     LifecycleListener& m_listener;
     IReplyReceiver* m_receiver = nullptr;
     Bus* m_bus = nullptr;
     State m_state = State::atRest;
-    std::string m_owner; // unique name of the process that provides the service, empty while there is none
+    std::string m_owner; // unique name of the process that provides the service, empty without an owner
     Slot m_ownerWatch;
     Slot m_pendingCall;
 };

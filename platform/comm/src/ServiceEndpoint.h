@@ -13,7 +13,7 @@ namespace comm {
 
 class ServiceEndpoint;
 
-/// What a service knows of one client. Dead for good once alive is false.
+/// State of one client of a service. Once alive is false, it stays false.
 struct ClientState
 {
     ServiceEndpoint* endpoint = nullptr;
@@ -22,20 +22,21 @@ struct ClientState
     const std::string* objectPath = nullptr;
     const std::string* replyInterface = nullptr;
     bool alive = true;
-    Slot watch;    // its death
-    Slot presence; // whether it had died before we began to watch
+    Slot watch;    // of its death
+    Slot presence; // detects a death before the watch began
 };
 
-/// A registered service on the bus: its name, its object, its clients. On the loop's thread only, but for making it.
+/// A registered service on the bus: its name, its object, its clients. On the loop's thread only, except its
+/// construction.
 ///
-/// A client is whoever has called connect, until it calls disconnect or leaves the bus. At most kMaxClients are taken.
-/// Requests are served for everybody; what a client has to be known for is only what is sent to it later.
+/// A peer is a client from its call of connect until it calls disconnect or leaves the bus. There are at most
+/// kMaxClients. The service's own requests do not require a connection; signals are sent to clients only.
 class ServiceEndpoint final : public Bus::User
 {
 public:
     static constexpr std::size_t kMaxClients = 64;
 
-    /// Told once how the bus answered the request for the name: 0 or an errno.
+    /// Called once with the result of the name request: 0 or an errno.
     using Answer = std::function<void(int error)>;
 
     ServiceEndpoint(IServiceImplementation& implementation, const ServiceInfo& info, std::uint32_t instance);
@@ -76,7 +77,7 @@ private:
     const std::string m_replyInterface;
     Bus* m_bus = nullptr;
     Answer m_answer;
-    bool m_named = false; // the name has been ours before: when somebody else has it now, wait for it
+    bool m_named = false; // the name was requested on an earlier connection: wait in the queue for it
     Slot m_object;
     Slot m_nameRequest;
     std::map<std::string, std::shared_ptr<ClientState>> m_clients;

@@ -9,9 +9,9 @@
 
 namespace servmngt {
 
-/// Links the log to the DLT daemon when there is one, or as soon as one comes, until the object is destroyed. Until
-/// then it costs no thread and no wake-up but for files that appear in the folder of the daemon's endpoint. All of it
-/// happens on the thread of the event loop.
+/// Links the log to the DLT daemon if there is one, or as soon as one appears, until the object is destroyed. Until
+/// then it uses no thread and wakes only for files in the folder of the daemon's endpoint. Runs on the thread of the
+/// event loop.
 class Viewer
 {
 public:
@@ -21,10 +21,11 @@ public:
     Viewer(const Viewer&) = delete;
     Viewer& operator=(const Viewer&) = delete;
 
-    /// Links the log to the DLT daemon when it is there.
+    /// Links the log to the DLT daemon if its endpoint exists.
     void linkIfThere();
 
-    /// From now on also when it comes. A folder that cannot be watched leaves a line; there is no viewer then.
+    /// Waits for the endpoint to appear. If the folder cannot be watched, a warning is logged and no viewer is linked
+    /// later.
     void watch(sd_event* event);
 
 private:

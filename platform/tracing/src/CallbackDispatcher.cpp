@@ -7,7 +7,7 @@
 namespace tracing {
 namespace {
 
-// Guards the list of dispatchers and their entries; never held while a command runs.
+// Guards the list of dispatchers and their entries; not held while a command runs.
 std::mutex& guard()
 {
     static std::mutex mutex;

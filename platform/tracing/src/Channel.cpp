@@ -17,7 +17,7 @@ constexpr std::size_t kMostText = 1152;
 
 constinit Channel* g_first = nullptr;
 constinit std::array<std::atomic<ISink*>, sinkSlots> g_sinks{};
-constinit std::mutex g_thresholds; // held by who changes one, so that the lower of two is that of the newest two
+constinit std::mutex g_thresholds; // held during a change, so that the lower of the two is computed from current values
 
 struct Entry
 {
@@ -40,7 +40,7 @@ std::optional<Entry> parseEntry(std::string_view text)
     return Entry{text.substr(0, equals), threshold};
 }
 
-// Calls visit with each comma-separated, non-empty part of the text.
+// Calls visit for each comma-separated, non-empty part of the text.
 template <typename Visit>
 void forEachPart(std::string_view text, Visit visit)
 {

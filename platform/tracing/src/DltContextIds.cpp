@@ -15,7 +15,7 @@ struct Known
     std::string_view id;
 };
 
-// The list in docs/tracing.md.
+// The table in docs/tracing.md.
 constexpr std::array<Known, 24> kKnown{{{"CON_COMM", "COMM"},
                                         {"CON_COMMON_FOLDERMONITOR", "FMON"},
                                         {"CON_COMMON_RSTP", "RSTP"},
@@ -89,7 +89,7 @@ std::map<std::string, std::string> dltContextIds(const std::vector<std::string>&
             found->second = known.id;
         }
     }
-    // In the order of the names, so that two whose hashes meet get the same ids every time.
+    // In the order of the names, so that names with equal hashes get the same ids every time.
     for (auto& [name, id] : ids) {
         for (auto number = hash(name); id.empty(); ++number) {
             if (const auto derived = letters(number); taken.insert(derived).second) {

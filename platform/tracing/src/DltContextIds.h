@@ -6,8 +6,8 @@
 
 namespace tracing {
 
-/// The DLT context id of each channel name: four letters, no two alike, the same in every build. The channels of the
-/// daemon have ids that can be remembered; any other gets one that follows from its name.
+/// The DLT context id of each channel name: four letters, unique, the same in every build. The daemon's channels have
+/// fixed ids; the id of any other is derived from its name.
 std::map<std::string, std::string> dltContextIds(const std::vector<std::string>& channels);
 
 } // namespace tracing

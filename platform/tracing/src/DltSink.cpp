@@ -18,7 +18,7 @@ namespace {
 constexpr char kApplication[] = "IDSP";
 constexpr char kDescription[] = "Intrusion detection sensors";
 
-// Both scales have six steps, in opposite directions; off is where no level of ours arrives.
+// Both scales have six steps, in opposite directions; off maps to a threshold above all levels.
 constexpr int opposite(int levelOrThreshold)
 {
     return kNothing - levelOrThreshold;
@@ -28,7 +28,7 @@ static_assert(opposite(static_cast<int>(Level::milestone)) == DLT_LOG_INFO);
 static_assert(opposite(static_cast<int>(Level::detail)) == DLT_LOG_VERBOSE);
 static_assert(opposite(DLT_LOG_OFF) == kNothing);
 
-// The library ends its thread by cancelling it, which our code and the standard library do not survive.
+// The library cancels its thread at the end; our code and the standard library do not support cancellation.
 class Uncancellable
 {
 public:
@@ -74,7 +74,7 @@ DltSink& DltSink::instance()
 
 bool DltSink::link(Command onCommand)
 {
-    dlt_log_init(DLT_LOG_DROPPED); // or its own complaints wait for whoever reads our standard output
+    dlt_log_init(DLT_LOG_DROPPED); // otherwise the library writes its own messages to standard output
     if (dlt_init() < DLT_RETURN_OK || dlt_register_app(kApplication, kDescription) < DLT_RETURN_OK) {
         return false;
     }
@@ -96,7 +96,7 @@ bool DltSink::link(Command onCommand)
 
 void DltSink::registerContext(const std::string& channel, const std::string& id)
 {
-    // What the library lets through until the DLT daemon has told its level.
+    // The library's threshold until the DLT daemon has sent its level.
     setViewerThreshold(channel, opposite(DLT_LOG_INFO));
     auto& handle = m_contexts.find(channel)->second.handle;
     dlt_register_context_llccb(&handle, id.c_str(), channel.c_str(), &DltSink::onLogLevel);
@@ -133,7 +133,7 @@ void DltSink::write(const Line& line) noexcept
     }
 }
 
-// Several channels may share a name, and then a context.
+// Several channels may share a name, and so a context.
 void DltSink::setViewerThreshold(std::string_view name, int threshold)
 {
     for (auto* channel = firstChannel(); channel != nullptr; channel = channel->next()) {
@@ -161,7 +161,7 @@ int DltSink::onInjection(std::uint32_t, void* data, std::uint32_t size)
     try {
         instance().m_onCommand(std::string{text.substr(0, text.find('\0'))});
     } catch (...) {
-        return -1; // nothing may be thrown through the library
+        return -1; // no exception may unwind through the library
     }
     return 0;
 }
@@ -179,11 +179,11 @@ std::string DltLink::endpoint()
     return std::string{directory != nullptr ? directory : "/tmp"} + "/dlt";
 }
 
-// Anybody may leave something where the DLT daemon listens, to read the log or to have it fill a file.
+// Any account may create a file at the endpoint, to read the log or to have the daemon fill a file.
 bool DltLink::endpointIsThere()
 {
     const auto pipe = endpoint();
-    const auto folder = pipe + "pipes"; // the library makes ours in there
+    const auto folder = pipe + "pipes"; // the library creates our pipe there
     struct stat ofPipe;
     struct stat ofFolder;
     return lstat(pipe.c_str(), &ofPipe) == 0 && S_ISFIFO(ofPipe.st_mode) && (ofPipe.st_mode & S_IWOTH) == 0 &&

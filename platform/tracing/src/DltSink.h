@@ -12,9 +12,9 @@
 
 namespace tracing {
 
-/// The sink in the viewer's slot, the one place where libdlt is used. There is one, which is never destroyed: a thread
-/// may be about to write when the link ends. Lines are written from every thread, one at a time; the callbacks come on
-/// a thread of the library.
+/// The sink of the viewer's slot, the only user of libdlt. A single object that is never destroyed, because a thread
+/// may be about to write when the link ends. Lines are written from every thread, one at a time; the callbacks run on a
+/// thread of the library.
 class DltSink final : public ISink
 {
 public:
@@ -24,7 +24,7 @@ public:
 
     bool link(Command onCommand);
 
-    /// Waits for a callback that is being run. Lines that come later are dropped.
+    /// Waits for a running callback. Later lines are dropped.
     void unlink();
 
     void write(const Line& line) noexcept override;

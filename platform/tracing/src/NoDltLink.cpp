@@ -1,4 +1,4 @@
-// A build without DLT has nothing to link to.
+// The DLT link of a build without DLT.
 #include "tracing/DltLink.h"
 
 namespace tracing {

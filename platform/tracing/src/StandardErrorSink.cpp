@@ -25,7 +25,7 @@ bool leadsToJournal()
            fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
 
-// Whether standard error is a regular file, which never makes anybody wait for its reader.
+// Whether standard error is a regular file: writes to it never wait for a reader.
 bool leadsToFile()
 {
     struct stat status;
@@ -58,7 +58,8 @@ public:
     }
 
 private:
-    // A log that cannot be written has nowhere to complain to. What has room takes a line in one system call.
+    // A failed write has no other place to be reported. The first attempt writes the line with one system call, without
+    // blocking.
     void put(std::span<const iovec> parts) noexcept
     {
         const auto count = static_cast<int>(parts.size());
@@ -71,7 +72,8 @@ private:
         }
     }
 
-    // A reader that has stopped reading must not stop us: one line waits a little for it, and it and the next are lost.
+    // A reader that stops reading must not block the process: one line waits up to 50 ms, and lines are lost until
+    // there is room.
     bool awaitRoom() noexcept
     {
         constexpr int kPatienceMs = 50;

@@ -8,21 +8,21 @@ namespace comm {
 
 struct ClientState;
 
-/// One connected client of a service, known by its unique name on the bus. Copies mean the same client; a
-/// default-constructed one means none. On the active object of the service only.
+/// One connected client of a service, identified by its unique name on the bus. Copies refer to the same client; a
+/// default-constructed one refers to none. On the active object of the service only.
 class Client
 {
 public:
     Client() = default;
     explicit Client(std::shared_ptr<ClientState> state) : m_state{std::move(state)} {}
 
-    /// False once the client has said goodbye or died, the service was withdrawn or the bus went away.
+    /// False once the client has disconnected or died, the service was withdrawn or the bus was lost.
     bool isAlive() const;
 
     bool operator==(const Client&) const = default;
 
     /// Sends a signal of the service's reply interface to the client. write gets the MessageWriter. Returns false when
-    /// the client is not alive or the connection did not take the message.
+    /// the client is not alive or the connection refused the message.
     template <typename Write>
     bool send(const char* member, const Write& write) const
     {

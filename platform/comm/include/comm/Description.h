@@ -7,10 +7,10 @@
 
 namespace comm {
 
-/// Description of a service of the bus, written once in its header under interfaces/ and used by both sides: the stub,
-/// the proxies, the marshalling and the introspection data are made from it at compile time.
+/// Description of a service of the bus, written once in its header under interfaces/ and used by both sides: stub,
+/// proxies, marshalling and introspection data are generated from it at compile time.
 ///
-/// A record lists its fields, in the order in which they travel:
+/// A record lists its fields in wire order:
 ///
 ///     struct FirewallDropPacketInfo
 ///     {
@@ -59,7 +59,7 @@ concept Record = requires
     T::fields();
 };
 
-/// What a member function pointer tells about a method: its class, its result and its arguments as values.
+/// The properties of a method, from its member function pointer: its class, its result and its arguments as values.
 template <typename Function>
 struct FunctionTraits;
 
@@ -73,8 +73,7 @@ struct FunctionTraits<ResultT (Class::*)(Args...)>
 
 inline constexpr std::size_t kMaxArguments = 8;
 
-/// One method of an interface: the member function that stands for it in C++, its number and name on the bus and the
-/// names of its arguments.
+/// One method of an interface: its C++ member function, its number and name on the bus and the names of its arguments.
 template <auto function>
 struct Method : FunctionTraits<decltype(function)>
 {
@@ -92,8 +91,8 @@ constexpr Method<function> method(std::uint32_t id, const char* name, Names... a
     return {{}, id, name, {argumentNames...}};
 }
 
-/// One attribute of a service: the reply operation that carries its value and validity to a client, its number, its own
-/// name and the name of that operation on the bus.
+/// One attribute of a service: the reply function that carries its value and validity to a client, its number, its own
+/// name and the name of that function on the bus.
 template <auto function>
 struct Attribute : FunctionTraits<decltype(function)>
 {
@@ -110,14 +109,14 @@ constexpr Attribute<function> attribute(std::uint32_t id, const char* name, cons
     return {{}, id, name, updateName};
 }
 
-/// Numbers of the requests that every service with attributes understands beside its own.
+/// Numbers of the requests that every service with attributes has in addition to its own.
 enum ReservedRequest : std::uint32_t
 {
     getAttributes = 32762,        ///< send every attribute's value now
-    cancelNotification = 32763,   ///< no more updates of one attribute
-    cancelNotifications = 32764,  ///< no more updates of any attribute
+    cancelNotification = 32763,   ///< stops the updates of one attribute
+    cancelNotifications = 32764,  ///< stops the updates of all attributes
     getAttribute = 32765,         ///< send one attribute's value now
-    requestNotification = 32766,  ///< send the value now and at every update from now on, for one attribute
+    requestNotification = 32766,  ///< send one attribute's value now and at every update
     requestNotifications = 32767, ///< the same for every attribute
 };
 

@@ -9,11 +9,11 @@ struct sd_event;
 
 namespace comm {
 
-/// For a catch clause: reports what was thrown on "CON_COMM" and returns -ENOMEM.
+/// For a catch clause: reports the exception on "CON_COMM" and returns -ENOMEM.
 int reportThrown() noexcept;
 
-/// Runs the body of a callback that a C library calls: an exception must not unwind through it. It is reported and
-/// becomes -ENOMEM, which the bus library answers to the caller of a method.
+/// Runs the body of a callback of a C library, through which no exception may unwind. An exception is reported and
+/// becomes -ENOMEM, which the bus library returns to the caller of a method.
 template <typename Body>
 int guarded(Body&& body) noexcept
 {
@@ -24,7 +24,7 @@ int guarded(Body&& body) noexcept
     }
 }
 
-/// Throws what a failed call means: std::bad_alloc for ENOMEM, otherwise std::system_error with the call's name.
+/// Throws std::bad_alloc for ENOMEM, otherwise std::system_error with the call's name.
 [[noreturn]] void throwError(int number, const char* call);
 
 /// Makes a call of a C library again until its result is not -ENOMEM.

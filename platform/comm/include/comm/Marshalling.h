@@ -12,15 +12,15 @@
 #include "comm/Message.h"
 #include "util/SharedPtr.h"
 
-/// How C++ types travel on the bus. What is written here once serves every service.
+/// The mapping of C++ types to D-Bus types, for all services.
 ///
 ///     bool b, integers by width and sign, double d, std::string s, enumeration as its underlying integer
 ///     std::vector<T> as an array; a record as a structure of its fields
-///     SharedPtr<std::vector<T>> as the array: an absent array means no more than an empty one
-///     SharedPtr<T> otherwise, and Nullable<T> always, as an array of no or one element: absent is told from empty
+///     SharedPtr<std::vector<T>> as the array: an absent array is the same as an empty one
+///     SharedPtr<T> otherwise, and Nullable<T> always, as an array of no or one element: absent differs from empty
 namespace comm {
 
-/// A shared handle to an array that may be absent where that means something else than empty.
+/// A shared handle to an array for which absent differs from empty.
 template <typename T>
 struct Nullable : util::SharedPtr<T>
 {
@@ -28,15 +28,15 @@ struct Nullable : util::SharedPtr<T>
     explicit(false) Nullable(util::SharedPtr<T> array) : util::SharedPtr<T>{std::move(array)} {}
 };
 
-/// What an enumeration of the bus may be: its name and its largest value. Found by argument-dependent lookup as
-/// `constexpr comm::EnumLimit enumLimit(TheEnumeration)`; an enumeration without it takes any value.
+/// The name and the largest value of an enumeration on the bus. Found by argument-dependent lookup as `constexpr
+/// comm::EnumLimit enumLimit(TheEnumeration)`; an enumeration without it accepts any value.
 struct EnumLimit
 {
     const char* name;
     std::uint64_t largest;
 };
 
-/// A text put together at compile time.
+/// A text composed at compile time.
 template <std::size_t size>
 struct Text
 {
@@ -105,7 +105,7 @@ struct Codec<T>
     static void write(MessageWriter& writer, T value)
     {
         if constexpr (std::same_as<T, bool>) {
-            const int wide = value ? 1 : 0; // the bus library takes a bool as an int
+            const int wide = value ? 1 : 0; // the bus library reads a bool as an int
             writer.basic(kType, &wide);
         } else {
             writer.basic(kType, &value);
@@ -245,7 +245,7 @@ private:
     }
 };
 
-/// A handle to something that may be absent: an array of no or one element.
+/// A handle to a value that may be absent: an array of no or one element.
 template <typename Handle>
 struct OptionalCodec
 {
@@ -293,7 +293,7 @@ struct Codec<util::SharedPtr<std::vector<T>>>
 
     static void write(MessageWriter& writer, const util::SharedPtr<Array>& array)
     {
-        static const Array kEmpty; // no copy is made of what is there
+        static const Array kEmpty; // avoids a copy of a present array
         Codec<Array>::write(writer, array ? *array : kEmpty);
     }
 
@@ -304,7 +304,7 @@ struct Codec<util::SharedPtr<std::vector<T>>>
     }
 };
 
-/// The arguments of a method, one after the other.
+/// The arguments of a method in sequence.
 template <typename Tuple>
 struct ArgumentsCodec;
 

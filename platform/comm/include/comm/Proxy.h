@@ -11,21 +11,21 @@
 
 namespace comm {
 
-/// Which connection a lifecycle notice is about: the bus name of the service's instance.
+/// Identifies the connection of a lifecycle notice: the bus name of the service's instance.
 struct Lifecycle
 {
     std::string instanceId;
 };
 
-/// Why a service is not (or no longer) there.
+/// Why a service is not available, or no longer available.
 struct DeathNotice
 {
     enum Reason : std::uint32_t
     {
         died = 1,        ///< its process has left the bus
-        busLost = 2,     ///< the bus itself is gone
+        busLost = 2,     ///< the connection to the bus was lost
         notAnswered = 3, ///< the service did not answer the connection request
-        refused = 14,    ///< the bus or the service denies us access
+        refused = 14,    ///< the bus or the service denied access
     };
 
     std::uint32_t code = 0; ///< 0: before it was alive, 1: after
@@ -33,14 +33,14 @@ struct DeathNotice
     std::uint32_t origin = 0; ///< the errno that the bus reported, 0 for none
 };
 
-/// Learns when a service becomes usable and when it is lost. Called on the proxy's active object.
+/// Notified when a service becomes available and when it is lost. Called on the proxy's active object.
 class LifecycleListener
 {
 public:
     virtual ~LifecycleListener() = default;
     virtual void alive(const Lifecycle& lifecycle) = 0;
 
-    /// After this the proxy is at rest until it is told to connect again. It may be destroyed in here.
+    /// From now on the proxy is idle until the next connect. The listener may destroy the proxy in this call.
     virtual void dead(const Lifecycle& lifecycle, const DeathNotice& notice) = 0;
 };
 
@@ -50,18 +50,19 @@ class IReplyReceiver
 public:
     virtual ~IReplyReceiver() = default;
 
-    /// Runs the reply of the given name. False when the reply interface has none; a reader that fails means that
+    /// Runs the reply of the given name. Returns false when the reply interface has none. When the reader fails,
     /// nothing was run.
     virtual bool runReply(std::string_view name, std::string_view signature, MessageReader& arguments) = 0;
 };
 
 class ProxyEndpoint;
 
-/// A client's connection to one instance of a service. Used on its active object only, but may be made and destroyed on
-/// any thread.
+/// A client's connection to one instance of a service. Used on its active object only, but may be constructed and
+/// destroyed on any thread.
 ///
-/// connect begins to look for the service and returns; alive follows when it is there and has accepted us, be it now or
-/// in an hour. Only signals that the service's owner sends to us are taken for its replies.
+/// connect starts to look for the service and returns; alive follows once the service is available and has accepted the
+/// connection, without a time limit. Only signals that the service's owner sends to this process are accepted as its
+/// replies.
 class Proxy
 {
 public:
@@ -73,7 +74,7 @@ public:
     /// Returns true on error: there is no bus (the reason is in ipl::ErrorStorage).
     bool connect();
 
-    /// Says goodbye and comes to rest; nobody is told.
+    /// Disconnects and becomes idle, without a call of the listener.
     void disconnect();
 
     /// As disconnect; the completion runs later on the active object, or is released without running when that ends
@@ -88,8 +89,8 @@ public:
 protected:
     void setReceiver(IReplyReceiver& receiver);
 
-    /// Sends a request without waiting for its outcome. False when the service is not alive or the connection did not
-    /// take the message.
+    /// Sends a request without waiting for its reply. Returns false when the service is not alive or the connection
+    /// refused the message.
     template <typename Write>
     bool send(const char* member, const Write& write) const
     {
@@ -105,8 +106,7 @@ private:
     std::shared_ptr<ProxyEndpoint> m_endpoint;
 };
 
-/// The proxy of a described service: requests by the member functions that stand for them, replies as calls of the
-/// reply interface.
+/// The proxy of a described service: requests and replies are identified by their member functions.
 template <typename Description>
 class ServiceProxy final : public Proxy, private IReplyReceiver
 {
@@ -119,7 +119,7 @@ public:
     }
     ~ServiceProxy() override { disconnect(); }
 
-    /// Sends a request; true when the connection took it.
+    /// Sends a request; returns true when the connection accepted it.
     template <auto function, typename... Args>
     bool call(const Args&... arguments) const
     {
@@ -129,7 +129,7 @@ public:
         });
     }
 
-    /// Asks for the updates of all attributes, now and at every change; or for none any more.
+    /// Subscribes to all attributes, or cancels all subscriptions.
     bool requestNotifications() const
     {
         return send("requestNotifications", [](MessageWriter&) {});

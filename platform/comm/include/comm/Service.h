@@ -18,10 +18,10 @@
 
 namespace comm {
 
-/// Logs that a client could not be told an attribute's value. operation: what was asked of the service.
+/// Logs that an update of an attribute was not sent to a client. operation: the request or call that caused the update.
 void logUpdateFailure(const char* operation, const char* updateName);
 
-/// What a service sends to one connected client. Copies mean the same client.
+/// Sends the replies of a service to one connected client. Copies refer to the same client.
 template <typename Description>
 class ReplyProxy
 {
@@ -32,7 +32,7 @@ public:
     bool isAlive() const { return m_client.isAlive(); }
     bool operator==(const ReplyProxy&) const = default;
 
-    /// Sends the reply that the given member of the reply interface stands for. Returns true when the connection took
+    /// Sends the reply of the given member function of the reply interface. Returns true when the connection accepted
     /// it, which does not mean that the client has read it.
     template <auto function, typename... Args>
     bool call(const Args&... arguments) const
@@ -47,8 +47,8 @@ private:
     Client m_client;
 };
 
-/// The attributes of a service: for each its value, its validity and the clients that want its updates. Values may be
-/// read and stored from any thread; subscriptions and sending belong to the service's active object.
+/// The attributes of a service: for each its value, its validity and the subscribed clients. Values may be read and
+/// stored from any thread; subscriptions and sending belong to the service's active object.
 template <typename Attributes>
 class AttributeNotificationContainer;
 
@@ -91,7 +91,7 @@ public:
         std::erase(std::get<Slot<A>>(m_slots).subscribers, client);
     }
 
-    /// Answers a client's question for the value as it is.
+    /// Sends the current value to a client that requested it.
     template <typename A>
     void get(const A& attribute, const Client& client) const
     {
@@ -127,10 +127,10 @@ private:
     std::tuple<Slot<Attribute>...> m_slots;
 };
 
-/// Base of a class that provides a service. It implements the requests as virtual functions; connecting and leaving
-/// clients arrive at the two hooks. All of it runs on the active object that the service is registered with.
+/// Base of a class that provides a service. The derived class implements the requests as virtual functions; two hooks
+/// report clients that connect and disconnect. All calls run on the active object that the service is registered with.
 ///
-/// The derived class deregisters in its own destructor: later its requests have nobody to arrive at.
+/// The derived class must deregister in its own destructor: after that its virtual functions no longer exist.
 template <typename Description>
 class Service : public Description::Requests, protected IServiceImplementation
 {
@@ -147,7 +147,7 @@ protected:
     virtual void clientConnected(const Reply&) {}
     virtual void clientDisconnected(const Reply&) {}
 
-    /// Registers the service. Returns true on error: it is registered already, or the bus refused it (the reason is in
+    /// Registers the service. Returns true on error: it is already registered, or the bus refused it (the reason is in
     /// ipl::ErrorStorage).
     bool registerInstance(std::uint32_t instance, const FactoryPtr& factory)
     {
@@ -165,7 +165,7 @@ protected:
         return m_registration.registerService();
     }
 
-    /// Withdraws the service when it is registered.
+    /// Withdraws the service if it is registered.
     void unregisterInstance()
     {
         if (m_registration.isAlive()) {
@@ -177,8 +177,7 @@ protected:
         }
     }
 
-    /// Stores a value of the attribute whose update operation is given, and whether it is valid, and sends both to
-    /// every client that has asked for its updates.
+    /// Stores value and validity of the attribute with the given update function, and sends both to every subscriber.
     template <auto function>
     void setAttribute(typename Attribute<function>::Value value, bool isValid = true)
     {

@@ -10,7 +10,7 @@
 
 namespace comm {
 
-/// A service's description as data: what the bus layer and the introspection read.
+/// A service's description as data, for the bus layer and the introspection.
 struct ArgumentInfo
 {
     const char* name;
@@ -23,7 +23,7 @@ struct MethodInfo
     const char* name;
     const char* signature; ///< of all arguments
     std::vector<ArgumentInfo> arguments;
-    const char* resultSignature; ///< empty when nothing is replied
+    const char* resultSignature; ///< empty without a result
 };
 
 struct AttributeInfo
@@ -46,12 +46,12 @@ struct ServiceInfo
     std::string objectPath(std::uint32_t instance) const;
 };
 
-/// A method's result that may be a refusal with a reason for the caller.
+/// A method's result, or a refusal with a reason for the caller.
 template <typename T>
 struct Result
 {
     T value{};
-    std::string error; ///< empty: the value counts
+    std::string error; ///< empty: value is valid
 };
 
 namespace detail {
@@ -99,7 +99,7 @@ std::vector<MethodInfo> methodInfos(const Methods& methods)
 
 } // namespace detail
 
-/// The data of a description, made at the first call and never destroyed: active objects may outlive static ones.
+/// The data of a description, made at the first call and never destroyed: active objects may outlive static objects.
 template <typename Description>
 const ServiceInfo& serviceInfo()
 {

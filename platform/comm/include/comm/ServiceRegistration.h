@@ -12,7 +12,7 @@
 
 namespace comm {
 
-/// The reason that a platform call leaves in ipl::ErrorStorage when a service is registered that is registered already.
+/// The code in ipl::ErrorStorage when a service is registered twice.
 inline constexpr std::uint32_t kErrorAlreadyRegistered = 21;
 
 /// The provider's side of a service, without its types. Called on the active object that the service is registered
@@ -22,22 +22,22 @@ class IServiceImplementation
 public:
     virtual ~IServiceImplementation() = default;
 
-    /// Whether it matters who calls. Finding that out costs a question to the bus for every change of the caller.
+    /// Whether admits depends on the caller's user. If so, every change of the caller costs a query to the bus.
     virtual bool asksForUser() const { return false; }
 
-    /// Whether a caller may connect and call: the user it runs as, none when that cannot be told. Asked only when
-    /// asksForUser.
+    /// Whether a caller may connect and call. The argument is its user, none when it is unknown. Called only when
+    /// asksForUser returns true.
     virtual bool admits(std::optional<std::uint32_t>) const { return true; }
 
-    /// Runs the request of the given place in ServiceInfo::requests. A reader that fails means that nothing was run.
-    /// Returns the refusal for the caller, empty when there is none.
+    /// Runs the request at the given index of ServiceInfo::requests. When the reader fails, nothing was run. Returns
+    /// the refusal for the caller, empty on success.
     virtual std::string runRequest(std::size_t place, MessageReader& arguments, MessageWriter& result) = 0;
 
-    /// Runs one of the reserved requests; the attribute number counts only for those that name one. False when there is
-    /// no such attribute.
+    /// Runs one of the reserved requests; attribute is used only by those that take one. Returns false when the
+    /// attribute does not exist.
     virtual bool runReserved(ReservedRequest request, std::uint32_t attribute, const Client& client) = 0;
 
-    /// Writes the value of the attribute of the given place in ServiceInfo::attributes.
+    /// Writes the value of the attribute at the given index of ServiceInfo::attributes.
     virtual void writeAttribute(std::size_t place, MessageWriter& writer) const = 0;
 
     virtual void onClientConnected(const Client& client) = 0;
@@ -46,16 +46,16 @@ public:
 
 class ServiceEndpoint;
 
-/// A service's place on the bus. A default-made one is empty. May be used from any thread.
+/// The registration of a service on the bus. A default-constructed one is empty. May be used from any thread.
 ///
-/// Registering takes the service's bus name and answers its object. When the bus is away the registration waits for it,
-/// and it comes back by itself whenever the bus does; the clients are then gone and connect again. The implementation
-/// must outlive the registration. Destruction withdraws it.
+/// Registering requests the service's bus name and publishes its object. Without a bus the registration waits for one,
+/// and it is repeated whenever the bus returns; clients must then connect again. The implementation must outlive the
+/// registration. The destructor withdraws it.
 class ServiceRegistration
 {
 public:
     ServiceRegistration() = default;
-    /// Throws std::bad_alloc when its memory cannot be had.
+    /// Throws std::bad_alloc.
     ServiceRegistration(IServiceImplementation& implementation, const ServiceInfo& info, std::uint32_t instance,
                         const FactoryPtr& factory);
     ~ServiceRegistration() { unregisterService(); }
@@ -65,14 +65,14 @@ public:
     /// False when it is empty.
     bool valid() const { return m_endpoint != nullptr; }
 
-    /// Returns true on error: the name belongs to somebody else or the bus does not admit us (the reason is in
-    /// ipl::ErrorStorage). Waits for the bus' answer for at most two seconds; later answers are only logged.
+    /// Returns true on error: another process owns the name or the bus denies it (the reason is in ipl::ErrorStorage).
+    /// Waits at most two seconds for the bus' reply; a later reply is only logged.
     bool registerService();
 
-    /// Returns true on error: it was not registered. Afterwards no operation of the implementation is running or comes.
+    /// Returns true on error: it was not registered. Afterwards no function of the implementation runs or is called.
     bool unregisterService();
 
-    /// Whether the service is registered, also while the bus is away.
+    /// Whether the service is registered, with or without a bus.
     bool isAlive() const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace comm {
 
-/// The test commands of one class, as they travel on the bus.
+/// The test commands of one class, as a record of the bus.
 struct ClassCommands
 {
     std::string className;
@@ -22,7 +22,7 @@ struct ClassCommands
     }
 };
 
-/// What a tester may ask of a process that was started for testing.
+/// The test commands of a process that was started for testing.
 class ITestCommands
 {
 public:
@@ -48,17 +48,17 @@ struct TestCommandsDescription
     static constexpr auto attributes = std::tuple{};
 };
 
-/// Offers the commands of tracing::CallbackDispatcher on the bus as service "tracing.TestCommands", instance 1, to root
-/// and to the user that the process runs as. Commands run on the given active object. Whoever asks for a class or
-/// command that does not exist is told what does.
+/// Provides the commands of tracing::CallbackDispatcher on the bus as service "tracing.TestCommands", instance 1, to
+/// root and to the user of the process. Commands run on the given active object. The refusal of an unknown class or
+/// command lists the known ones.
 class TestCommands final : private Service<TestCommandsDescription>
 {
 public:
     explicit TestCommands(const FactoryPtr& factory);
     ~TestCommands() override;
 
-    /// For testers who do not come over the bus: runs the command of that name of whichever class has it, and waits for
-    /// it. A name that does not exist leaves a line. May be called from any thread.
+    /// For callers without the bus: runs the command in the class that registered it last, and waits for it. An unknown
+    /// name is logged. May be called from any thread.
     void run(const std::string& command) const;
 
 private:

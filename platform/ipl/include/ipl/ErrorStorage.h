@@ -4,9 +4,9 @@
 
 namespace ipl {
 
-/// The reason of the last platform error, one per thread. A platform call that reports an error leaves its reason here;
-/// the caller reads it and acknowledges it. An error that is replaced before anybody acknowledged it is handed to the
-/// action of the process' ErrorStorage object, so that it does not vanish unseen.
+/// The reason of the last platform error, one per thread. A platform call that fails stores its reason here; the caller
+/// reads and acknowledges it. An error that is replaced before it was acknowledged is passed to the action of the
+/// process' ErrorStorage object.
 class ErrorStorage
 {
 public:
@@ -21,10 +21,10 @@ public:
     ErrorStorage(const ErrorStorage&) = delete;
     ErrorStorage& operator=(const ErrorStorage&) = delete;
 
-    /// Stores an error of the calling thread. The text is cut at 255 bytes.
+    /// Stores an error of the calling thread. The text is truncated to 255 bytes.
     [[gnu::format(printf, 2, 3)]] static void set(std::uint32_t code, const char* format, ...);
 
-    /// Whether the calling thread has an error that is not acknowledged.
+    /// Whether the calling thread has an unacknowledged error.
     static bool pending();
 
     /// The code of the calling thread's error, 0 when there is none.
@@ -33,7 +33,7 @@ public:
     /// The reason of the calling thread's error, "no error" when there is none. Valid until the next set or ack.
     static const char* reason();
 
-    /// Acknowledges the calling thread's error: it is forgotten.
+    /// Acknowledges and clears the calling thread's error.
     static void ack();
 };
 

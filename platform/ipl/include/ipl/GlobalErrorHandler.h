@@ -2,13 +2,13 @@
 
 namespace ipl {
 
-/// The two ends of the road: memory that cannot be had, and a state that must not be. Both can be replaced, which is
-/// how a test looks at the paths that lead here.
+/// Handlers for a failed allocation and for a broken invariant. Both can be replaced, so that tests can exercise these
+/// paths.
 class GlobalErrorHandler
 {
 public:
-    /// Where an error was noticed. The source path and line are fixed texts that support tools search for, so they are
-    /// given by the caller and not taken from the compiler.
+    /// Where an error was detected. Support tools search for the source path and line, so the caller gives fixed values
+    /// instead of the compiler's.
     struct Place
     {
         const char* file;
@@ -19,19 +19,19 @@ public:
     using OutOfMemHandler = void (*)(const Place&, const char* message);
     using FatalHandler = void (*)(const Place&, const char* expression, const char* message);
 
-    /// Reports an allocation that failed and returns, so that the caller can try again. The default handler writes one
-    /// line to the standard error stream and gives the rest of the system 10 ms to release memory.
+    /// Reports a failed allocation and returns, so that the caller can retry. The default handler writes one line to
+    /// standard error and sleeps for 10 ms, so that memory may be released meanwhile.
     static void doOutOfMem(const char* file, int line, const char* function, const char* message);
 
     /// Reports a broken assertion. The default handler writes one line and aborts the process; a replaced handler may
-    /// throw, but not return.
+    /// throw but must not return.
     [[noreturn]] static void doFatalAssert(const char* expression, const char* file, int line, const char* function,
                                            const char* message);
 
-    /// Reports an error without an expression that the process cannot go on from; as doFatalAssert.
+    /// Reports a fatal error without an expression; as doFatalAssert.
     [[noreturn]] static void doFatalError(const char* file, int line, const char* function, const char* message);
 
-    /// Replaces a handler and returns the one before; null restores the default.
+    /// Replaces a handler and returns the previous one; null restores the default.
     static OutOfMemHandler setOutOfMemHandler(OutOfMemHandler handler);
     static FatalHandler setFatalHandler(FatalHandler handler);
 };

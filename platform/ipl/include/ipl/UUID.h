@@ -5,7 +5,7 @@
 
 namespace ipl {
 
-/// 128-bit identifier. The nil identifier (all zero) asks an active-object factory for its own active object.
+/// 128-bit identifier. An active-object factory returns its own active object for the nil identifier (all zero).
 struct UUID
 {
     std::array<std::uint8_t, 16> bytes{};

@@ -2,7 +2,7 @@
 
 namespace iplbase {
 
-/// Base of objects that other objects point to and that therefore stay where they are.
+/// Base of objects that are referenced by address and must neither be copied nor moved.
 class NonCopyable
 {
 public:

@@ -4,7 +4,7 @@
 
 namespace servmngt {
 
-/// Where an application is in its life, as it reports it to the service manager.
+/// The state of an application, as reported to the service manager.
 enum class AppState : std::uint32_t
 {
     initialising = 1,
@@ -15,20 +15,19 @@ enum class AppState : std::uint32_t
     initFailed = 7
 };
 
-/// The face of an application that starts it. Separate, because it is handed out before the application is known to be
-/// able to do more.
+/// The initialisation of an application. A separate interface, because startApp receives it apart from the application.
 class IApplicationInit
 {
 public:
     virtual ~IApplicationInit() = default;
 
-    /// Returns 0 on success. The three values are passed on from the service manager, 0 when it gives none.
+    /// Returns 0 on success. The service manager's values are passed on; 0 when it gives none.
     virtual std::uint32_t initApplication(std::uint32_t systemRunMode, std::uint32_t appRunMode,
                                           std::uint32_t persistenceAccessMode) = 0;
 };
 
-/// An application under the service manager. The operations below are called by startApp on the thread that called it,
-/// one at a time; the reporting operations may be called from any thread. Without a service manager reports go nowhere.
+/// An application under the service manager. startApp calls the functions below on its own thread, one at a time; the
+/// reporting functions may be called from any thread. Without a service manager reports are discarded.
 class Application : public IApplicationInit
 {
 public:
@@ -39,15 +38,15 @@ public:
     virtual void runApplication() = 0;
     virtual void stopApplication() = 0;
 
-    /// Told that the unit's run modes or the rights on persisted data have changed.
+    /// The unit's run modes or the access rights to persistent data have changed.
     virtual void systemRunModeChanged(std::uint32_t mode) = 0;
     virtual void appRunModeChanged(std::uint32_t mode) = 0;
     virtual void persistenceAccessModeChanged(std::uint32_t mode) = 0;
 
-    /// Asked regularly when the service manager watches over the process; to be answered with sendWatchdogAliveMsg.
+    /// Called at half the watchdog's interval; the application must call sendWatchdogAliveMsg.
     virtual void watchdogAliveRequest() = 0;
 
-    /// Asked to write what must persist; to be answered with persistenceFlushAck.
+    /// Request to write persistent data; the application must call persistenceFlushAck.
     virtual void requestPersistenceFlush() = 0;
 
     virtual void systemEventOccured(std::uint32_t) {}

@@ -5,8 +5,8 @@
 
 namespace servmngt {
 
-/// Prepares the process for the service manager: from here on SIGTERM, SIGINT and SIGUSR1 wait for startApp on every
-/// thread, and a broken pipe is an error value and no signal. To be called before the first thread is made.
+/// Prepares the process: blocks SIGTERM, SIGINT and SIGUSR1 in all threads until startApp reads them, and ignores
+/// SIGPIPE. Must be called before the first thread is created.
 ///
 /// Options of the platform among the arguments: --test-commands, --help, --version.
 void init(int argc, char** argv);
@@ -15,12 +15,12 @@ void init(int argc, char** argv);
 /// viewers of the log while startApp runs.
 void offerTestCommands(const comm::FactoryPtr& factory);
 
-/// Runs an application: initialises it, runs it, reports READY, answers the watchdog, and waits. SIGTERM and SIGINT
-/// stop the application and end the loop, SIGUSR1 asks it for a persistence flush. Started by hand, without a service
-/// manager, all this is the same but for the reports. Meanwhile the log is linked to the DLT daemon when there is one.
+/// Runs an application: initialises it, runs it, reports READY, notifies the watchdog, and waits. SIGTERM and SIGINT
+/// stop the application and end the loop, SIGUSR1 requests a persistence flush. Without a service manager only the
+/// reports are missing. While the loop runs, the log is linked to a DLT daemon if there is one.
 ///
-/// Returns true on error: the initialisation failed, an argument was not understood or the loop could not be made (the
-/// reason is in ipl::ErrorStorage).
+/// Returns true on error: the initialisation failed, an argument is unknown or the loop failed (the reason is in
+/// ipl::ErrorStorage).
 bool startApp(int argc, char** argv, Application& application, const char* processName, IApplicationInit* initIf);
 
 } // namespace servmngt

@@ -7,19 +7,18 @@
 
 namespace tracing {
 
-/// The test commands of one class: named functions through which a tester injects input that the real world gives only
-/// now and then. Registering them costs a few bytes; they can be reached from outside the process only when the process
-/// was started for testing.
+/// The test commands of one class: named functions that inject input which rarely occurs in operation. They can be
+/// called from outside the process only if it was started for testing.
 ///
-/// Commands are added, triggered and removed on the active object that owns the class, so a command never meets its
-/// object half destroyed.
+/// Commands are added, triggered and removed on the active object that owns the class, so no command runs on a half
+/// destroyed object.
 class CallbackDispatcher
 {
 public:
     using Command = std::function<void()>;
 
-    /// Makes the commands of a class known until the dispatcher is destroyed. When several objects of the class live at
-    /// the same time, the one made last is reached.
+    /// Registers the commands of a class until the dispatcher is destroyed. Of several objects of a class the one made
+    /// last receives the commands.
     explicit CallbackDispatcher(std::string className);
     ~CallbackDispatcher();
     CallbackDispatcher(const CallbackDispatcher&) = delete;
@@ -34,13 +33,13 @@ public:
         std::vector<std::string> commands;
     };
 
-    /// All classes of the process with their commands, in the order in which they were made known.
+    /// All classes of the process with their commands, in the order of registration.
     static std::vector<ClassCommands> list();
 
     /// Runs a command on the calling thread. Returns false when there is no such class or command.
     static bool trigger(std::string_view className, std::string_view command);
 
-    /// The same for who does not know the class: runs the command of that name that was made known last.
+    /// As above without a class: runs the command of that name that was registered last.
     static bool trigger(std::string_view command);
 
 private:

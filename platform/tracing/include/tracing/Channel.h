@@ -7,21 +7,21 @@
 
 namespace tracing {
 
-/// How much a line matters. The numbers are what thresholds are given in.
+/// The severity of a line. Thresholds use the numbers.
 enum class Level : std::uint8_t
 {
-    detail = 0,    ///< per-event detail, record dumps
+    detail = 0,    ///< details of single events, record dumps
     progress = 1,  ///< routine progress
     milestone = 2, ///< lifecycle, connections, entry of test commands
-    warning = 3,   ///< warnings, switched-off features
-    error = 4,     ///< errors the daemon survives
+    warning = 3,   ///< warnings, disabled features
+    error = 4,     ///< errors that the daemon survives
     resource = 5   ///< failures of kernel resources
 };
 
-/// The threshold that no level reaches.
+/// The threshold above all levels.
 constexpr int kNothing = 6;
 
-/// One line on its way to the sinks. The text is one line of printable bytes; it lives only during the call.
+/// One line for the sinks. The text is one line of printable bytes, valid only during the call.
 struct Line
 {
     const char* channel;
@@ -29,7 +29,7 @@ struct Line
     std::string_view text;
 };
 
-/// Receives the lines of the channels, on the thread that logs; several threads may call at the same time.
+/// Receives the lines of the channels on the logging thread; several threads may call concurrently.
 class ISink
 {
 public:
@@ -37,45 +37,44 @@ public:
     virtual void write(const Line& line) noexcept = 0;
 };
 
-/// The sinks of the process. A channel's mask says which of them get its lines.
+/// The sinks of the process. A channel's mask selects the sinks of its lines.
 enum SinkSlot : unsigned
 {
-    standardError = 0, ///< in place from the start
+    standardError = 0, ///< set from the start
     viewer = 1,
     observer = 2, ///< for tests and tools
     sinkSlots = 3
 };
 
-/// Puts a sink into a slot, or empties it with null. The sink must stay alive while a thread may log.
+/// Sets the sink of a slot; null clears the slot. The sink must outlive all threads that may log.
 void setSink(SinkSlot slot, ISink* sink) noexcept;
 
-/// The sink that is in the standardError slot from the start: one line per write to file descriptor 2, never broken by
-/// the lines of other threads, with the journal's priority in front when the descriptor leads to the journal.
+/// The initial sink of the standardError slot: one write to file descriptor 2 per line, so that lines of several
+/// threads do not mix, with the journal's priority prefix when the descriptor is connected to the journal.
 ISink& standardErrorSink() noexcept;
 
-/// A module's way into the log. Every module has one with static storage duration and logs on no other.
+/// The log channel of a module. Every module has one with static storage duration and logs on no other.
 ///
-/// A line is written only when its level reaches the channel's threshold, or that of the viewer: each sink gets what it
-/// was opened for, so whoever turns the viewer up at night does not flood the journal, and whoever turns it down does
-/// not silence it. The check is one relaxed load and one compare of the lower of the two and comes before any
-/// formatting (see TRACE). Both thresholds may be changed at any time from any thread.
+/// A line is written when its level reaches the channel's threshold or that of the viewer. Each sink applies its own
+/// threshold: a change for the viewer neither floods nor silences the journal. The check compares the level with the
+/// lower of the two thresholds, at the cost of one relaxed load, before any formatting (see TRACE). Both thresholds may
+/// be changed at any time from any thread.
 class Channel
 {
 public:
     /// sinks: one bit for each SinkSlot. threshold: the lowest level that is written, unless the environment variable
-    /// TRACING names another for this channel.
+    /// TRACING sets another one for this channel.
     Channel(const char* name, unsigned sinks, int threshold) noexcept;
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
     const char* name() const noexcept { return m_name; }
 
-    /// Of every sink but the viewer.
+    /// Of every sink except the viewer.
     int threshold() const noexcept { return m_threshold.load(std::memory_order_relaxed); }
     void setThreshold(int threshold) noexcept;
 
-    /// Of the viewer alone, kNothing until a viewer is there. No effect on a channel without the viewer among its
-    /// sinks.
+    /// Of the viewer only, initially kNothing. No effect on a channel whose sinks do not include the viewer.
     void setViewerThreshold(int threshold) noexcept;
 
     bool passes(Level level) const noexcept
@@ -85,16 +84,16 @@ public:
 
     bool reaches(SinkSlot slot) const noexcept { return (m_sinks & (1U << slot)) != 0; }
 
-    /// Formats and writes "<class>::<operation>(<line>): <text>", class and operation cut at 32 bytes each; without
-    /// class only the operation. Control characters become '?', so that nobody's input can forge a line. The text is
-    /// cut at about 1000 bytes.
+    /// Formats and writes "<class>::<operation>(<line>): <text>", class and operation truncated to 32 bytes each;
+    /// without class only the operation. Control characters become '?', so that external input cannot forge a line. The
+    /// text is truncated to about 1000 bytes.
     [[gnu::format(printf, 6, 7)]] void write(Level level, const char* className, const char* operation, int line,
                                              const char* format, ...) const noexcept;
 
-    /// Writes a text that brings its own place, with control characters as above.
+    /// Writes a text that already contains its place, with control characters replaced as above.
     void writeText(Level level, std::string_view text) const noexcept;
 
-    /// The next channel in the list of all, null at its end.
+    /// The next channel in the list of all channels, null at its end.
     Channel* next() const noexcept { return m_next; }
 
 private:
@@ -115,19 +114,20 @@ private:
 /// The first of all channels of the process.
 Channel* firstChannel() noexcept;
 
-/// Sets the thresholds of all channels from a text such as "CON_IDS_IDSM=0,*=1": a channel's own entry wins over "*",
-/// and a channel with neither goes back to the threshold of its constructor. Entries that do not read as NAME=NUMBER
-/// are reported on standard error and skipped. Null means no entries. The environment variable TRACING is read at the
-/// construction of each channel in the same way.
+/// Sets the thresholds of all channels from a text such as "CON_IDS_IDSM=0,*=1": a channel's own entry overrides "*",
+/// and a channel with neither gets the threshold of its constructor. Entries that are not NAME=NUMBER are reported on
+/// standard error and skipped. Null means no entries. Each channel's constructor reads the environment variable TRACING
+/// in the same way.
 void setThresholds(const char* text) noexcept;
 
 } // namespace tracing
 
-/// Logs a line when the channel lets its level through; otherwise the arguments are not even evaluated.
-/// level is a name of tracing::Level, className the text put before the enclosing function's name, null for none.
+/// Logs a line if a threshold of the channel permits its level; otherwise the arguments are not evaluated. level is a
+/// name of tracing::Level, className the prefix of the enclosing function's name, null for none.
 #define TRACE(channel, level, className, ...) TRACE_AT(channel, level, className, __func__, __LINE__, __VA_ARGS__)
 
-/// TRACE with the operation's name, which a lambda does not know, and the line that support tools look it up by.
+/// TRACE with an explicit operation and line: a lambda does not know the function's name, and support tools search for
+/// the line number.
 #define TRACE_AT(channel, level, className, operation, line, ...)                                                      \
     do {                                                                                                               \
         if ((channel).passes(::tracing::Level::level)) {                                                               \

@@ -5,24 +5,23 @@
 
 namespace tracing {
 
-/// Makes the process an application of the DLT daemon for as long as the object lives: every channel that has the
-/// viewer among its sinks is a context there, with the channel's name as its description (the ids are in
-/// docs/tracing.md). One at a time; made and destroyed on the main thread.
+/// Registers the process as an application of the DLT daemon for the object's lifetime: every channel whose sinks
+/// include the viewer becomes a context, with the channel's name as its description (docs/tracing.md lists the ids). At
+/// most one object exists; it is made and destroyed on the main thread.
 ///
-/// The log level that the DLT daemon has for a context, its default at first and what somebody at the viewer chooses
-/// later, is the channel's threshold for the viewer, and only that. So the viewer shows what it was set to, and
-/// standard error what TRACING was set to.
+/// The DLT daemon's log level for a context, initially its default and then the level set at the viewer, is the
+/// channel's threshold for the viewer. It has no effect on standard error, whose thresholds are those of TRACING.
 ///
-/// The library has two threads and wakes twice a second, also when no DLT daemon answers: make the object only when
-/// endpointIsThere. Once made, a line costs a system call and never waits. What a DLT daemon that has stopped reading
-/// does not take is kept up to 500,000 bytes and lost beyond that; the viewer is told how much.
+/// The library starts two threads and wakes twice a second, even when no DLT daemon answers: make the object only if
+/// endpointIsThere. A line then costs a system call and never blocks. Lines that the DLT daemon does not read are
+/// buffered up to 500,000 bytes; beyond that they are lost, and the viewer gets their number.
 class DltLink
 {
 public:
     using Command = std::function<void(const std::string&)>;
 
-    /// onCommand: given the text of what is injected into any of the contexts under kCommandService, on a thread of the
-    /// library, one at a time. When empty, nothing can be injected.
+    /// onCommand: called with the text of every injection into any context under kCommandService, on a thread of the
+    /// library, one at a time. If it is empty, injections are ignored.
     explicit DltLink(Command onCommand);
     ~DltLink();
     DltLink(const DltLink&) = delete;
@@ -30,14 +29,15 @@ public:
 
     static constexpr unsigned kCommandService = 4096;
 
-    /// False when the library could not reach the DLT daemon; there is no viewer then.
+    /// False when the library could not connect to the DLT daemon; no viewer gets the log then.
     bool made() const { return m_made; }
 
-    /// Where the DLT daemon listens, empty in a build without DLT: the environment variable DLT_PIPE_DIR and "/dlt".
+    /// The path of the DLT daemon's pipe, empty in a build without DLT: the environment variable DLT_PIPE_DIR and
+    /// "/dlt".
     static std::string endpoint();
 
-    /// Whether a DLT daemon's pipe is at the endpoint to which this process may write, and somebody's who may be
-    /// trusted with the log: it belongs to root, to us or to one of our groups, and not everybody may write to it.
+    /// Whether the endpoint is a pipe that this process may write to and whose owner is trusted: it belongs to root, to
+    /// this process' user or to one of its groups, and is not writable by all.
     static bool endpointIsThere();
 
 private:
