@@ -1,4 +1,4 @@
-// How long an event takes to make, against the floor: the same four allocations, zeroed, and one look at the clock.
+// The time to make an event, against a lower bound: the same four allocations, zeroed, and one read of the clock.
 
 #include <algorithm>
 #include <cstdio>
@@ -135,7 +135,7 @@ double medianOf(std::vector<double> values)
     return values.empty() ? 0 : values[values.size() / 2];
 }
 
-/// Sets events and floors side by side, each by the median CPU time of its repetitions.
+/// Compares each event with its lower bound, by the median CPU time of the repetitions.
 class ComparingReporter : public benchmark::BenchmarkReporter
 {
 public:
@@ -179,7 +179,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    // Shared machines are noisy: many short runs in mixed order let the noise hit events and floors alike.
+    // Many short runs in mixed order spread the noise of shared machines over events and lower bounds alike.
     std::vector<std::string> arguments{argv[0], "--benchmark_min_time=0.01", "--benchmark_repetitions=15",
                                        "--benchmark_enable_random_interleaving=true"};
     arguments.insert(arguments.end(), argv + 1, argv + argc);

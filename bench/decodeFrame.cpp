@@ -1,4 +1,4 @@
-// What decoding a frame of the car domain costs beside a bare copy of its payload into a vector.
+// The cost of decoding a frame of the car domain against a bare copy of its payload into a vector.
 
 #include <benchmark/benchmark.h>
 #include <cstdint>

@@ -1,8 +1,8 @@
-// What the daemon costs while nothing happens and everything is there: a core, all of the unit's services, the car
-// domain. Memory, and by thread the wake-ups and the CPU time. The thread that scans the processes has a name of its
-// own, so its part can be told apart; it grows with the number of processes.
+// The cost of the idle daemon with all peers connected: a core, all of the unit's services, the car domain. Memory, and
+// by thread the wake-ups and the CPU time. The process scan has a thread of its own, which separates its share; it
+// grows with the number of processes.
 //
-// The car domain's socket has one place, so no other peer may be there.
+// The car domain's socket has a fixed name, so no other peer may run.
 
 #include <chrono>
 #include <cstdio>
@@ -25,10 +25,10 @@ namespace {
 using namespace test_support;
 
 constexpr std::chrono::seconds kSettle{5};
-constexpr std::chrono::seconds kIdle{120}; // the processes are scanned every 60 s, the rest is more frequent
+constexpr std::chrono::seconds kIdle{120}; // the process scan has a period of 60 s, all other work a shorter one
 constexpr auto kScanner = "IdsProcScan";
 
-/// The figure in the first line of a file that begins with the name, 0 when there is none.
+/// The number in the first line of a file that begins with the name, 0 without such a line.
 double figure(const std::filesystem::path& path, const std::string& name)
 {
     std::ifstream file{path};
@@ -47,7 +47,7 @@ struct Usage
     double cpuMilliseconds = 0;
 };
 
-/// All threads by their numbers.
+/// All threads by thread ID.
 std::map<std::string, Usage> usage(const std::filesystem::path& process)
 {
     std::map<std::string, Usage> threads;
@@ -61,7 +61,7 @@ std::map<std::string, Usage> usage(const std::filesystem::path& process)
     return threads;
 }
 
-/// What the threads use in a second.
+/// The usage of the threads per second.
 std::map<std::string, Usage> usagePerSecond(const std::filesystem::path& process)
 {
     const auto before = usage(process);

@@ -1,5 +1,5 @@
-// What it costs to sample one process, against one process listed by ps: CPU time in user and kernel mode, over the
-// same processes, in turns. ps is charged with its own start.
+// The cost of sampling one process, against one process listed by ps: CPU time in user and kernel mode, over the same
+// processes, in turns. The start of ps is included.
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-// What the road of an event through the core link costs beside a bare signal of the same bytes on the same bus.
+// The cost of an event in the core link against a bare signal of the same bytes on the same bus.
 
 #include <algorithm>
 #include <cstdint>
@@ -53,7 +53,7 @@ void sendBare(sd_bus* bus, const char* destination, const ids::SEvent& event)
     sd_bus_message_unref(message);
 }
 
-/// The core: it reads only between the rounds, so that it costs both ways of sending the same.
+/// The core: reads only between the rounds, so that it costs the same for both ways of sending.
 class Core
 {
 public:
@@ -71,7 +71,7 @@ public:
 
     const char* name() const { return m_name; }
 
-    /// Reads until nothing more comes and returns how many events that were.
+    /// Reads until no more events arrive and returns their number.
     int drain()
     {
         int events = 0;
@@ -108,7 +108,7 @@ int main()
     sd_bus* bare = nullptr;
     sd_bus_open_system(&bare);
     const char* greeted = nullptr;
-    sd_bus_get_unique_name(bare, &greeted); // waits until the bus has let us in; before, sending would only queue
+    sd_bus_get_unique_name(bare, &greeted); // waits for the connection
 
     int arrived = 0;
     std::vector<double> link;

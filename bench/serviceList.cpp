@@ -1,5 +1,5 @@
 // An update of the service list, from the notification to the two reports, against a bare sort and the two set
-// differences of the same names. The list before is in order already, as it is after every update.
+// differences of the same names. The previous list is already sorted, as after every update.
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -28,7 +28,7 @@ struct NoDispatcher final : ids::IIdsm
     }
 };
 
-/// So many names in no order, the first of the given number.
+/// Names in random order, numbered from the first.
 Names shuffledNames(std::int64_t count, std::int64_t first)
 {
     Names names;

@@ -1,5 +1,5 @@
-// What the unit's services send to the daemon, from the bus to the events that become of it. A reply that is not as its
-// service describes it, and whatever somebody sends who is not the service, must leave no trace.
+// Messages of the unit's services to the daemon, from the bus to the resulting events. An invalid reply, and any
+// message of a peer other than the service, must have no effect.
 
 #include <array>
 #include <atomic>
@@ -47,7 +47,7 @@ constexpr std::uint32_t kForwardMode = 2;
 constexpr std::size_t kMostMessages = 32;
 constexpr auto kStranger = ":1.2";
 
-/// The core takes what it is given, which must be whole.
+/// A core that accepts every event and checks that it is complete.
 struct Core final : ids::IIdsCoreAsiService
 {
     bool isConnected() const override { return true; }
@@ -60,7 +60,7 @@ struct Core final : ids::IIdsCoreAsiService
     }
 };
 
-/// The clients of the unit's services with the sensors that live on them.
+/// The clients of the unit's services and their sensors.
 struct Daemon
 {
     explicit Daemon(const comm::FactoryPtr& factory)
@@ -124,7 +124,7 @@ struct Daemon
     ids::CWlan wlanSensor;
 };
 
-/// The daemon and the unit's services, connected. Never destroyed: the daemon's threads are those of the process.
+/// The daemon and the unit's services, connected. Never destroyed: the daemon's threads live as long as the process.
 class Unit
 {
 public:
@@ -160,7 +160,7 @@ public:
         }
         m_bus.settle();
         if (m_bus.ownersAsked != m_services) {
-            std::abort(); // a service that is there has been taken for dead
+            std::abort(); // a running service was taken for dead
         }
     }
 

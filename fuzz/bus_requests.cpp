@@ -1,5 +1,5 @@
-// What anybody on the bus asks of the daemon's services, as a client or not. Every request is answered once, and who
-// has left is sent nothing more.
+// Requests of any peer to the daemon's services, as a client or not. Every request gets one reply, and a disconnected
+// client gets no more messages.
 
 #include <algorithm>
 #include <array>
@@ -32,7 +32,7 @@ namespace services = asi::connectivity;
 
 constexpr std::size_t kMostMessages = 32;
 
-/// The provided services with what stands behind them.
+/// The provided services and the components behind them.
 struct Daemon
 {
     explicit Daemon(const comm::FactoryPtr& factory)
@@ -61,7 +61,7 @@ struct Daemon
     comm::TestCommands testCommands;
 };
 
-/// The daemon and those who call it. Never destroyed: the daemon's threads are those of the process.
+/// The daemon and its callers. Never destroyed: the daemon's threads live as long as the process.
 class Unit
 {
 public:
@@ -94,7 +94,7 @@ public:
         }
         m_bus.settle();
         const auto before = m_bus.signalsHeard;
-        pass(std::chrono::minutes{1}); // nobody is there for a keep-alive, nor for what waits
+        pass(std::chrono::minutes{1}); // keep-alives and waiting events without a core
         if (m_bus.answers != m_bus.requests || m_bus.signalsHeard != before) {
             std::abort();
         }

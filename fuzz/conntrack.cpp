@@ -1,5 +1,5 @@
-// A batch of connection-tracking messages. The parser's library must neither end the process nor lead to a record that
-// is not one of IPv4.
+// A batch of connection-tracking messages. The parser's library must neither end the process nor return a record that
+// is not IPv4.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,4 @@
-// An event of any domain, as the monitor of the IDS core shows it. JSON is well-formed, and no byte of the event starts
-// a line.
+// An event of any domain in the core monitor. JSON must be well-formed, and no byte of the event may start a line.
 
 #include <algorithm>
 #include <cctype>
@@ -27,7 +26,7 @@ void expect(bool condition)
     }
 }
 
-/// Sometimes none. Mostly of about the size that such a block has.
+/// Sometimes null. Usually of about the regular size of the block.
 UInt8Array block(fuzz_support::Input& input, std::size_t size)
 {
     const auto kind = input.below(16);
@@ -38,7 +37,7 @@ UInt8Array block(fuzz_support::Input& input, std::size_t size)
     return std::make_shared<std::vector<std::uint8_t>>(bytes.begin(), bytes.end());
 }
 
-/// The given number of lines, and nothing in them that moves a terminal's cursor.
+/// The given number of lines, without control characters.
 bool isPrintable(const std::string& text, std::ptrdiff_t lines)
 {
     return text.ends_with('\n') && std::count(text.begin(), text.end(), '\n') == lines &&
@@ -62,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto json = JsonFormat{{.fieldBytes = (flags & 2) != 0}}(event);
     expect(isPrintable(json, 1) && nlohmann::json::accept(json));
     LineFormat format{{}};
-    format(event); // the first event of a day has a second line
+    format(event); // the first event of a day adds a line
     expect(isPrintable(format(event), 1));
     const auto text = LineFormat{{.hex = true, .isLong = true}}(event);
     expect(isPrintable(text, std::count(text.begin(), text.end(), '\n')));

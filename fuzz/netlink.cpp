@@ -1,4 +1,4 @@
-// The walk over netlink messages and the sorting of answers, in the two ways in which the daemon does it.
+// The iteration over netlink messages and the classification of replies, in both forms that the daemon uses.
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A datagram of logged packets, and the exchange that leads to it.
+// A datagram of logged packets, and the configuration exchange before it.
 
 #include <cstdint>
 #include <cstdlib>

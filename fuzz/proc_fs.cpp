@@ -1,5 +1,5 @@
-// The files of /proc: the first byte says which one. Shares are numbers, and what a status file holds does not depend
-// on how it is cut into reads.
+// Files of /proc, selected by the first byte. CPU shares must be numbers, and the result for a status file must not
+// depend on the boundaries of the reads.
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
-// What the kernel tells of links, addresses and neighbours, in messages as the netlink walk hands them on. Nothing
-// longer than an interface's name, and nothing but known kinds of event, must come out.
+// Messages of the kernel on links, addresses and the neighbour table, as the netlink iteration passes them. The results
+// must contain no name longer than an interface's name and only known kinds of event.
 
 #include <cstdint>
 #include <cstdlib>
@@ -41,7 +41,7 @@ struct Listener final : ListenerBase<IIfwatchListener>
     }
 };
 
-/// Posts go nowhere: what the fuzzer brings comes without having been asked for.
+/// Posted work is discarded: the fuzzer's input is unrequested.
 comm::FactoryPtr endedActiveObject()
 {
     const test_support::TestActiveObject activeObject;
@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Listener listener;
     watch.addListener(&listener);
 
-    // Each message is alone in memory, so that a byte too many is seen.
+    // Each message has an allocation of its own, so that the sanitizer detects an overread.
     io_manager::forEachMessage({data, size}, [&](std::span<const std::uint8_t> message) {
         const std::vector<std::uint8_t> copy{message.begin(), message.end()};
         watch.nl_urc(*reinterpret_cast<const nlmsghdr*>(copy.data()));

@@ -1,4 +1,4 @@
-// A frame of the car domain. What is delivered must be a part of the frame.
+// A frame of the car domain. The delivered bytes must be a part of the frame.
 
 #include <algorithm>
 #include <cstdint>

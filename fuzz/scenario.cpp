@@ -1,5 +1,5 @@
-// A scenario of the unit simulator, or when the first byte says so, a command that is typed to it. What is read has its
-// steps in order, each with all its fields; anything else is refused with a line that tells the place.
+// A scenario of the unit simulator or, depending on the first byte, a command. An accepted scenario has its steps in
+// order, each with all its fields; any other input is refused with a line that names the place.
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-// The thresholds from the environment, and lines made of what comes from outside. No line may be two.
+// Thresholds from the environment, and log lines with external text. No text may become two lines.
 
 #include <algorithm>
 #include <cctype>
@@ -29,7 +29,8 @@ tracing::Channel s_channel{"CON_FUZZ", 1U << tracing::observer, 2};
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static Observer observer;
-    static const auto* const silence = stderr = std::fopen("/dev/null", "w"); // for what is said of bad thresholds
+    static const auto* const silence = stderr =
+        std::fopen("/dev/null", "w"); // for the messages about invalid thresholds
     static_cast<void>(silence);
     tracing::setSink(tracing::observer, &observer);
 

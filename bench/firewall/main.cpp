@@ -1,10 +1,10 @@
-// What a dropped packet costs the whole daemon, against a bare receive loop. In a network namespace of its own it sends
-// UDP packets to a port that the packet filter drops and logs, at several rates, and takes the CPU time of the one
-// process and then of the other, several times. Another run of the daemon, with its log open, tells whether its drop
-// counts are complete. With the argument --with-unit the rest of a unit is there too: its services and the car domain,
+// The cost of a dropped packet for the whole daemon, against a bare receive loop. Sends UDP packets in a network
+// namespace of its own to a port that the packet filter drops and logs, at several rates, and measures the CPU time of
+// both processes in turn, several times. Another run of the daemon with a lower log threshold checks that its drop
+// counts are complete. With the argument --with-unit the peers of a unit run as well: its services and the car domain,
 // which sends 20 events a second.
 //
-// Needs root (or unprivileged user namespaces) and nft. Only figures of a Release build count.
+// Needs root (or unprivileged user namespaces) and nft. Use a Release build.
 
 #include <algorithm>
 #include <array>
@@ -40,10 +40,10 @@ constexpr std::size_t kPackets = 200000;
 constexpr std::size_t kRounds = 5;
 constexpr std::uint16_t kPort = 5000;
 constexpr unsigned kFlatOut = 0;
-constexpr auto kKernelKeeps = 1500ms;       // the kernel keeps the last packets for a second
-constexpr auto kStatisticsPeriod = 10500ms; // the daemon's, and some
+constexpr auto kKernelKeeps = 1500ms;       // the kernel holds the last packets back for a second
+constexpr auto kStatisticsPeriod = 10500ms; // the daemon's period with a margin
 
-/// Sends the packets at a rate per second, in portions of a millisecond. Returns the seconds it took.
+/// Sends the packets at a rate per second, in portions of a millisecond. Returns the duration in seconds.
 double send(unsigned rate)
 {
     const int socket = ::socket(AF_INET6, SOCK_DGRAM, 0);
@@ -79,14 +79,14 @@ std::unique_ptr<ChildProcess> startDaemon(const TestCore& core, const std::vecto
 {
     auto daemon = std::make_unique<ChildProcess>(std::vector<std::string>{IDS_PROC}, environment);
     eventually([&] { return core.connected(); });
-    std::this_thread::sleep_for(kKernelKeeps); // it starts listening when the core has come
+    std::this_thread::sleep_for(kKernelKeeps); // the sensor starts when the core has connected
     return daemon;
 }
 
-/// What one run says of a listener.
+/// The result of one run of a listener.
 struct Run
 {
-    double microseconds; ///< of CPU per packet
+    double microseconds; ///< CPU time per packet
     double perSecond;
 };
 
@@ -110,7 +110,7 @@ double print(const char* name, std::array<Run, kRounds>& runs, std::size_t missi
     return median.microseconds;
 }
 
-/// What the daemon's drop counts do not hold.
+/// The packets that are missing from the daemon's drop counts.
 std::size_t missingDrops(const TestCore& core, unsigned rate)
 {
     const auto daemon = startDaemon(core, {"TRACING=CON_IDS_SENSOR_ETH=1"});

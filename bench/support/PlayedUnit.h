@@ -7,12 +7,12 @@
 
 namespace bench_support {
 
-/// The daemon's neighbours: the unit's services, which know the time and keep quiet otherwise, and the car domain. The
-/// bus must be there first, and the place of the car domain's socket free.
+/// The daemon's peers: the unit's services, which publish the time and are idle otherwise, and the car domain. Needs a
+/// bus, and the car domain's socket must be free.
 class PlayedUnit
 {
 public:
-    /// carDomain: options of the RSTP peer. Without any it only keeps the connection.
+    /// carDomain: options of the RSTP peer. Without options it keeps the connection idle.
     explicit PlayedUnit(const std::vector<std::string>& carDomain = {});
 
 private:

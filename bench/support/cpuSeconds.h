@@ -4,8 +4,8 @@
 
 namespace bench_support {
 
-/// The CPU time that all threads of the process have used. Ends the benchmark, with what the process wrote, when it is
-/// gone.
+/// The CPU time of all threads of the process. If the process has exited, ends the benchmark and prints the process'
+/// output.
 double cpuSeconds(const test_support::ChildProcess& process);
 
 } // namespace bench_support

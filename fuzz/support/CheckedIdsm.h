@@ -9,7 +9,7 @@
 
 namespace fuzz_support {
 
-/// Lets only events through to the dispatcher that are as the catalogue says, whatever they were made from.
+/// Checks every event against the catalogue and passes it to the dispatcher.
 class CheckedIdsm final : public ids::IIdsm
 {
 public:

@@ -9,7 +9,7 @@
 
 namespace fuzz_support {
 
-/// What the fuzzer has made up, taken from its front. Once it is used up, everything is 0 or empty.
+/// The fuzzer's input, consumed from its front. When it is used up, every value is 0 or empty.
 class Input
 {
 public:
@@ -36,7 +36,7 @@ public:
     /// From 0 to limit - 1.
     std::size_t below(std::size_t limit) { return number<std::uint8_t>() % limit; }
 
-    /// Characters that every text of the bus may hold.
+    /// Characters that are valid in a text of the bus.
     std::string text()
     {
         std::string characters;

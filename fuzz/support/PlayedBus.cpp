@@ -38,7 +38,7 @@ std::string_view view(const char* text)
     return text != nullptr ? text : "";
 }
 
-/// The length of the complete type at the front, or of all that is left when it has no end.
+/// The length of the first complete type, or of the rest when the type is incomplete.
 std::size_t lengthOfType(std::string_view signature)
 {
     std::size_t depth = 0;
@@ -69,7 +69,7 @@ std::size_t widthOf(char number)
     }
 }
 
-/// Appends values of the signature to a message, as the input says. The first failure ends it.
+/// Appends values of the signature to a message, as the input determines. Stops at the first failure.
 class Values
 {
 public:
@@ -118,7 +118,7 @@ private:
         return sd_bus_message_append_basic(m_message, type, &number) >= 0;
     }
 
-    // As many as the input asks for, but none out of nothing.
+    // The number of elements from the input; none when the input is used up.
     bool elements(std::string_view type)
     {
         for (auto left = m_input.below(256); left > 0 && !m_input.empty(); --left) {
@@ -182,7 +182,7 @@ PlayedBus::PlayedBus() : m_listener{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC
     const auto name = "ids-fuzz-" + std::to_string(::getpid());
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    name.copy(address.sun_path + 1, name.size()); // in the abstract name space: nothing is left behind
+    name.copy(address.sun_path + 1, name.size()); // in the abstract name space, which leaves no file
     const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
     must(::bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size));
     must(::listen(m_listener, 1));
@@ -271,7 +271,7 @@ void PlayedBus::leave(const std::string& name)
 void PlayedBus::deliver(sd_bus_message* message, const std::string& sender) const
 {
     must(sd_bus_message_set_sender(message, sender.c_str()));
-    std::uint64_t cookie = 0; // without one no answer is asked for
+    std::uint64_t cookie = 0; // 0: no reply is requested
     must(sd_bus_send(m_bus, message, &cookie));
 }
 
@@ -307,7 +307,7 @@ int PlayedBus::handleCall(sd_bus_message* call)
     } else if (member == "GetConnectionUnixUser") {
         return sd_bus_reply_method_return(call, "u", ::geteuid());
     }
-    // What is not expected to be answered is not: the library sees to that.
+    // The library drops the reply of a call that does not expect one.
     return sd_bus_reply_method_return(call, "");
 }
 

@@ -15,7 +15,7 @@ struct sd_bus_message;
 
 namespace fuzz_support {
 
-/// Something that can be sent to the daemon: a reply or update of a service of the unit, or a request.
+/// A message to the daemon: a reply or update of a service of the unit, or a request.
 struct Operation
 {
     std::string path;
@@ -24,40 +24,40 @@ struct Operation
     std::string signature;
 };
 
-/// What the first instance of the service may send to its clients.
+/// The replies and updates of the first instance of a service.
 std::vector<Operation> repliesOf(const comm::ServiceInfo& service);
 
-/// What clients may ask of a service, the requests that all services understand included.
+/// The requests of a service, including the reserved ones.
 std::vector<Operation> requestsOf(const comm::ServiceInfo& service);
 
-/// The unit's bus and everybody on it but one active object, played by the fuzzer's own thread. It gives every name
-/// that is asked for, knows an owner of every name, and connects whoever wants to be a client.
+/// The unit's bus and all peers on it, except one active object, simulated on the fuzzer's thread. It grants every
+/// requested name, returns an owner for every name, and accepts every connection.
 class PlayedBus
 {
 public:
-    static constexpr const char* kOwner = ":1.1"; ///< of every name
+    static constexpr const char* kOwner = ":1.1"; ///< owner of every name
 
-    /// Listens where the daemon will look for its bus.
+    /// Listens at the address of the daemon's bus.
     PlayedBus();
 
-    /// Plays until the condition holds. A daemon that does nothing for ten seconds is a finding.
+    /// Runs until the condition holds. Aborts when the daemon makes no progress for ten seconds.
     void playUntil(const std::function<bool()>& condition);
 
-    /// Plays until the daemon has handled everything that was sent to it.
+    /// Runs until the daemon has handled all sent messages.
     void settle();
 
-    /// Sends the operation, as a service or as a caller, with what the input says for arguments of the signature.
-    /// Nothing is sent when there are none that a bus would let through.
+    /// Sends the operation, as a service or as a caller, with arguments of the signature from the input. Sends nothing
+    /// when a bus would refuse the arguments.
     void signal(const std::string& sender, const Operation& operation, Input& input, const std::string& signature);
     void request(const std::string& sender, const Operation& operation, Input& input, const std::string& signature);
 
-    /// Somebody comes, under a name that nobody has had before, or leaves.
+    /// A peer connects under a new unique name, or disconnects.
     std::string arrive();
     void leave(const std::string& name);
 
-    std::size_t namesGiven = 0;   ///< to the daemon
+    std::size_t namesGiven = 0;   ///< granted to the daemon
     std::size_t connections = 0;  ///< of the daemon to services
-    std::size_t ownersAsked = 0;  ///< by the daemon
+    std::size_t ownersAsked = 0;  ///< queried by the daemon
     std::size_t requests = 0;     ///< to the daemon
     std::size_t answers = 0;      ///< of the daemon
     std::size_t signalsHeard = 0; ///< from the daemon
@@ -69,7 +69,7 @@ private:
     void deliver(sd_bus_message* message, const std::string& sender) const;
 
     const int m_listener;
-    std::set<std::string> m_present; ///< those who came by arrive
+    std::set<std::string> m_present; ///< peers connected by arrive
     std::size_t m_arrivals = 0;
     sd_bus* m_bus = nullptr;
 };

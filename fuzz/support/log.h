@@ -4,7 +4,7 @@
 
 namespace fuzz_support {
 
-/// Every line is formatted, and none is written.
+/// Formats every line and discards it.
 inline void logIntoNothing()
 {
     static const bool done = [] {

@@ -1,4 +1,4 @@
-// Stands in for the fuzzer where there is none: every file of the folders goes through the target once.
+// Replaces the fuzzer: runs the target once for every file of the folders.
 
 #include <cstdint>
 #include <cstdio>
@@ -15,7 +15,7 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         for (const auto& entry : std::filesystem::directory_iterator{argv[i]}) {
             std::printf("%s\n", entry.path().filename().c_str());
-            std::fflush(stdout); // the last one named is the one that does not return
+            std::fflush(stdout); // the last printed file is the one that does not return
             std::ifstream file{entry.path(), std::ios::binary};
             const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>{file}, {}};
             LLVMFuzzerTestOneInput(bytes.data(), bytes.size());

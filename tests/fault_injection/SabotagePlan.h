@@ -7,7 +7,7 @@
 
 namespace fault_injection {
 
-/// What the test and the saboteur in the daemon share: a piece of memory that outlives the daemon.
+/// Memory shared by the test and the saboteur in the daemon, which outlives the daemon.
 struct SabotagePlan
 {
     enum Kind : std::uint32_t
@@ -17,14 +17,14 @@ struct SabotagePlan
         systemCalls = 2
     };
 
-    std::atomic<std::uint32_t> kind;    ///< which calls are to fail
-    std::atomic<std::uint32_t> left;    ///< so many calls are yet to fail
-    std::atomic<std::uint32_t> waiting; ///< so many calls are to succeed before the next one fails
-    std::atomic<std::uint32_t> count;   ///< calls that have failed
-    std::atomic<std::uint64_t> only;    ///< the one that fails when not 0
+    std::atomic<std::uint32_t> kind;    ///< the kind of calls that fail
+    std::atomic<std::uint32_t> left;    ///< number of calls that are still to fail
+    std::atomic<std::uint32_t> waiting; ///< number of calls that succeed before the next failure
+    std::atomic<std::uint32_t> count;   ///< number of failed calls
+    std::atomic<std::uint64_t> only;    ///< the only call that fails, unless 0
 
-    /// What has failed once and does not again: a place in the program, as its innermost callers name it, with the
-    /// errno that it was given.
+    /// The failures so far, each of which happens once: a call site, identified by its innermost callers, with its
+    /// errno.
     std::array<std::atomic<std::uint64_t>, std::size_t{1} << 14> failed;
 };
 

@@ -8,7 +8,7 @@ namespace test_support {
 
 inline constexpr char kNoOtherAccounts[] = "only the machine's root can act as another account";
 
-/// Whether this process can become another user: it is root, and of more than a namespace with one account.
+/// Whether this process can change to another user: it is root, in a user namespace with more than one account.
 inline bool canChangeAccount()
 {
     std::uint64_t inside = 0;

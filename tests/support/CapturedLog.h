@@ -13,8 +13,8 @@
 
 namespace test_support {
 
-/// Records every line of every channel while it lives, from all threads; standard error stays silent meanwhile. One at
-/// a time.
+/// Records every line of every channel during its lifetime, from all threads; nothing is written to standard error. One
+/// at a time.
 class CapturedLog : iplbase::NonCopyable
 {
 public:
@@ -49,7 +49,7 @@ public:
         return s_recorder.lines;
     }
 
-    /// How many lines of the channel and level contain the text.
+    /// The number of lines of the channel and level that contain the text.
     std::size_t count(std::string_view channel, tracing::Level level, std::string_view substring) const
     {
         const auto all = lines();
@@ -58,7 +58,7 @@ public:
         }));
     }
 
-    /// Waits until a line of any channel contains the text. Returns false when none does in time.
+    /// Waits until a line of any channel contains the text. Returns false on a timeout.
     bool waitFor(std::string_view substring) const
     {
         const auto matches = [&](const Line& line) { return line.text.find(substring) != std::string::npos; };
@@ -81,7 +81,7 @@ private:
         std::vector<Line> lines;
     };
 
-    // Never destroyed: a thread may be inside write when the log that it writes to is given up.
+    // Never destroyed: a thread may still be inside write when the log is destroyed.
     static inline Recorder& s_recorder = *new Recorder;
 };
 

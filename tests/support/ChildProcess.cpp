@@ -17,8 +17,8 @@ namespace test_support {
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::vector<std::string>& environment)
     : m_output{memfd_create("output", MFD_CLOEXEC)}
 {
-    ::fcntl(m_output, F_SETFL, O_APPEND); // or two threads that write at once would write over each other
-    // Only the program itself is told of what is added.
+    ::fcntl(m_output, F_SETFL, O_APPEND); // otherwise concurrent writes of two threads would overwrite each other
+    // The additions apply to the program only, not to this process.
     std::vector<std::string> words = environment;
     if (!environment.empty()) {
         words.insert(words.begin(), "env");
@@ -52,7 +52,7 @@ void ChildProcess::signal(int number) const
 {
     if (!m_status) {
         kill(m_pid, number);
-        if (number == SIGSTOP) { // it may be running on another processor
+        if (number == SIGSTOP) { // it may still run on another processor
             siginfo_t stopped{};
             waitid(P_PID, static_cast<id_t>(m_pid), &stopped, WSTOPPED | WEXITED | WNOWAIT);
         }

@@ -10,27 +10,27 @@
 
 namespace test_support {
 
-/// A program in a process of its own, killed at the latest with this object. What it writes is kept in a file.
+/// A program in a process of its own, killed by the destructor at the latest. Its output is kept in a file.
 class ChildProcess : iplbase::NonCopyable
 {
 public:
-    /// Starts the program found by PATH or by its path. environment: NAME=VALUE, added to ours.
+    /// Starts the program, found by path or in PATH. environment: NAME=VALUE, in addition to this process' environment.
     explicit ChildProcess(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
     ~ChildProcess();
 
     pid_t pid() const { return m_pid; }
     void signal(int number) const;
 
-    /// Whether it has ended by itself.
+    /// Whether it has exited.
     bool ended();
 
-    /// The exit status, 128 + number when a signal ended it; nothing when it does not end in time.
+    /// The exit status, 128 + number after a signal; nullopt on a timeout.
     std::optional<int> wait();
 
-    /// What it has written to standard output and standard error so far.
+    /// Its standard output and standard error so far.
     std::string output() const;
 
-    /// Waits until the output holds the text.
+    /// Waits until the output contains the text.
     bool waitForOutput(const std::string& text, std::chrono::milliseconds patience = std::chrono::seconds{20}) const;
 
 private:
@@ -39,7 +39,7 @@ private:
     std::optional<int> m_status;
 };
 
-/// Runs a program to its end and returns what it wrote.
+/// Runs a program to its end and returns its output.
 std::string outputOf(const std::vector<std::string>& command);
 
 } // namespace test_support

@@ -14,7 +14,7 @@
 
 namespace test_support {
 
-/// A service of the unit, instance 1, on the bus while it lives.
+/// A service of the unit, instance 1, on the bus during its lifetime.
 template <typename Stub>
 class ProvidedService : Stub
 {
@@ -37,10 +37,10 @@ private:
     const TestActiveObject m_activeObject;
 };
 
-/// What a listener was told: of what, its value, whether it is valid.
+/// A call of a listener: its function, value and validity.
 using Heard = std::vector<std::tuple<std::string, std::int64_t, bool>>;
 
-/// A client of the daemon's on a bus of its own, which ends before its listener.
+/// A client of the daemon on a test bus, destroyed before its listener.
 template <typename Client, typename Listener>
 class ClientOnBus
 {
@@ -58,7 +58,7 @@ public:
         m_activeObject.run([this] { m_client.reset(); });
     }
 
-    /// Waits until this and nothing else has been heard.
+    /// Waits until exactly these calls have been received.
     bool hears(const Heard& expected) const
     {
         return eventually([&] {

@@ -13,8 +13,8 @@
 
 namespace test_support {
 
-/// A DLT daemon of the test's own, with its pipes in a folder and its port in a network of its own: it meets neither
-/// the machine's nor a viewer outside. Whoever is to find it is started or linked meanwhile.
+/// A DLT daemon with its pipes in a folder and its port in a network namespace of its own, so that it meets neither the
+/// machine's DLT daemon nor a viewer. Programs that are to find it must be started or linked during its lifetime.
 class DltDaemon : iplbase::NonCopyable
 {
 public:
@@ -47,7 +47,7 @@ public:
     }
     void signal(int number) const { m_daemon->signal(number); }
 
-    /// Does what dlt-control does with these options and returns what it writes.
+    /// Runs dlt-control with these options and returns its output.
     static std::string control(std::vector<std::string> options)
     {
         options.insert(options.begin(), {"dlt-control", "-t", "300"});
@@ -58,7 +58,7 @@ public:
     /// The command of a viewer, which writes the lines of every application.
     static std::vector<std::string> viewer() { return {"stdbuf", "--output=L", "dlt-receive", "-a", "localhost"}; }
 
-    /// How many applications have their pipe there.
+    /// The number of applications that have their pipe in the folder.
     std::ptrdiff_t applications() const
     {
         return std::distance(std::filesystem::directory_iterator{m_directory + "/dltpipes"}, {});

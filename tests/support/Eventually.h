@@ -5,7 +5,7 @@
 
 namespace test_support {
 
-/// Waits until the condition holds. Returns false when it does not in time.
+/// Waits until the condition holds. Returns false on a timeout.
 template <typename Condition>
 bool eventually(Condition condition, std::chrono::milliseconds patience = std::chrono::seconds{20})
 {

@@ -45,8 +45,8 @@ FailingAllocation::~FailingAllocation()
 
 using Kind = test_support::FailingAllocation::Kind;
 
-// The program's own allocation functions for single objects. The library's for arrays are built on them; those for
-// greater alignments are a family of their own and stay as they are.
+// The replaced allocation functions for single objects. The library's array forms call them; those for over-aligned
+// types are not replaced.
 void* operator new(std::size_t size)
 {
     if (void* const memory = test_support::reserve(Kind::throwing, size); memory != nullptr) {

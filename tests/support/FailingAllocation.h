@@ -4,8 +4,8 @@
 
 namespace test_support {
 
-/// Makes allocations of the calling thread fail while it lives: the given number of one kind of operator new, after as
-/// many as `after` of that kind have succeeded. One at a time on a thread.
+/// Makes allocations of the calling thread fail during its lifetime: the given number of one kind of operator new,
+/// after `after` successful ones. One at a time per thread.
 class FailingAllocation : iplbase::NonCopyable
 {
 public:

@@ -13,13 +13,13 @@
 
 namespace test_support {
 
-/// The socket on which a service manager would be told how its service is doing.
+/// The notification socket of a service manager.
 class FakeServiceManager : iplbase::NonCopyable
 {
 public:
     FakeServiceManager()
     {
-        // An abstract name leaves no file behind.
+        // An abstract name leaves no file.
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         m_name.copy(address.sun_path + 1, m_name.size());
@@ -38,10 +38,10 @@ public:
         close(m_socket);
     }
 
-    /// NOTIFY_SOCKET=..., which tells a process where the socket is. Set for this process too.
+    /// NOTIFY_SOCKET=..., the address of the socket. Set for this process too.
     std::string environment() const { return "NOTIFY_SOCKET=@" + m_name; }
 
-    /// The next notification; empty when none comes in time.
+    /// The next notification; empty on a timeout.
     std::string next() const
     {
         std::array<char, 512> text;

@@ -10,8 +10,9 @@
 
 namespace test_support {
 
-/// A copy of this process that does some work, such as giving itself a name, and then sleeps until it is killed, at the
-/// latest with this object. The work must not need what other threads of this process hold, such as memory.
+/// A copy of this process that does some work, such as naming itself, and then sleeps until it is killed, by the
+/// destructor at the latest. The work must not need locks that other threads of this process may hold, such as the
+/// allocator's.
 class ForkedProcess : iplbase::NonCopyable
 {
 public:
@@ -34,7 +35,7 @@ public:
         }
     }
 
-    /// Negative when there was no process to be had.
+    /// Negative if fork failed.
     pid_t pid() const { return m_pid; }
 
 private:

@@ -14,7 +14,7 @@
 
 namespace test_support {
 
-/// The process' alarms in a time that passes only when the test says so. One at a time; it must outlive the alarms.
+/// The process' alarms with a time that the test controls. One at a time; it must outlive the alarms.
 class ManualAlarms final : public osal::AlarmTimer, iplbase::NonCopyable
 {
 public:

@@ -11,8 +11,8 @@
 
 namespace test_support {
 
-/// Timers in a time that passes only when the test says so. Expiries are delivered on the thread that calls advance;
-/// factory, handles and advance are used on one thread. Handles may outlive the factory.
+/// Timers with a time that the test controls. Expiries are delivered on the thread that calls advance; factory, handles
+/// and advance are used on one thread. Handles may outlive the factory.
 class ManualTimers final : public common_::ISynchronizedTimerFactory
 {
 public:
@@ -67,7 +67,7 @@ private:
 
     struct Clock
     {
-        std::multimap<Interval, Handle*> due; // equal ones in the order in which they were started
+        std::multimap<Interval, Handle*> due; // timers with equal times in the order of their start
         Interval now{0};
     };
 
@@ -100,7 +100,7 @@ private:
             m_running = false;
         }
 
-        // As the real one, it leaves isRunning as it was.
+        // As the real timer, it does not change isRunning.
         void restart() override
         {
             const bool running = m_running;

@@ -9,7 +9,7 @@
 
 namespace test_support {
 
-/// What a fatal assertion becomes while RecordedErrors lives.
+/// Thrown for a fatal assertion during the lifetime of RecordedErrors.
 struct FatalAssertion
 {
     std::string place; ///< "file:line function"
@@ -17,8 +17,8 @@ struct FatalAssertion
     std::string message;
 };
 
-/// Takes the place of the platform's error handlers while it lives: an allocation that fails is recorded and may be
-/// tried again at once, a fatal assertion throws FatalAssertion. One at a time; what it records comes from one thread.
+/// Replaces the platform's error handlers during its lifetime: a failed allocation is recorded and retried without a
+/// delay, a fatal assertion throws FatalAssertion. One at a time; the recorded calls must come from one thread.
 class RecordedErrors : iplbase::NonCopyable
 {
 public:
@@ -39,7 +39,7 @@ public:
         ipl::GlobalErrorHandler::setFatalHandler(nullptr);
     }
 
-    /// The calls of the out-of-memory handler so far, each "file:line function: message".
+    /// The recorded calls of the out-of-memory handler, each "file:line function: message".
     std::vector<std::string> outOfMemory() const
     {
         std::vector<std::string> all;

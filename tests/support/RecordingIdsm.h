@@ -13,7 +13,7 @@
 
 namespace test_support {
 
-/// A dispatcher that keeps what is reported to it. Used on one thread at a time.
+/// A dispatcher that records the reported events. Used on one thread at a time.
 class RecordingIdsm final : public ids::IIdsm
 {
 public:
@@ -27,7 +27,7 @@ public:
 
     const std::vector<std::shared_ptr<ids::SEvent>>& events() const { return m_events; }
 
-    /// The IDs of the events in the order of their reports.
+    /// The IDs of the events in the order of the reports.
     std::vector<std::uint16_t> eventIds() const
     {
         std::vector<std::uint16_t> all;
@@ -37,7 +37,7 @@ public:
         return all;
     }
 
-    /// A field of the event that was reported at that place, counted from 0. Throws when there is none.
+    /// A field of the event with this index. Throws when it does not exist.
     ids::event_decoder::DecodedField field(std::size_t place, std::string_view name) const
     {
         const auto& event = m_events.at(place);

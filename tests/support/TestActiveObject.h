@@ -9,14 +9,13 @@
 
 namespace test_support {
 
-/// An active object of the test's own, which ends with it. What a component under test owns is made and destroyed
-/// through run, as the daemon does it.
+/// An active object for a test. As in the daemon, run constructs and destroys the objects of a component under test.
 class TestActiveObject
 {
 public:
     const comm::FactoryPtr& factory() const { return m_factory; }
 
-    /// Runs the callable on the active object and waits for it; what it throws is thrown here.
+    /// Runs the callable on the active object and waits for it; rethrows its exception here.
     void run(const std::function<void()>& callable) const
     {
         std::packaged_task<void()> task{callable};
@@ -26,13 +25,13 @@ public:
         task.get_future().get();
     }
 
-    /// Waits until what is queued now has run. Events that those post in turn may still be queued.
+    /// Waits until all events queued before the call have run. Events that these post may still be queued.
     void drain() const
     {
         run([] {});
     }
 
-    /// Ends the active object: what is queued is released without running.
+    /// Ends the active object: queued events are released without running.
     void stop() const { m_factory->getActiveObject({}).stop(); }
 
 private:

@@ -11,12 +11,12 @@
 
 namespace test_support {
 
-/// A bus daemon of the test's own, which the code under test meets as the system bus. It can be killed and started
-/// again at the same address.
+/// A bus daemon for a test, which replaces the system bus for the code under test. It can be killed and restarted at
+/// the same address.
 class TestBus
 {
 public:
-    /// rules: added to those that allow everything.
+    /// rules: added to a policy that allows everything.
     explicit TestBus(const std::string& rules = "")
     {
         if (mkdtemp(m_directory.data()) == nullptr) {
@@ -49,14 +49,14 @@ public:
     {
         const std::vector<std::string> command{"dbus-daemon", "--config-file=" + m_directory + "/bus.conf", "--nofork",
                                                "--nopidfile", "--print-address"};
-        // The bus daemon reports to service managers too; ours is not its.
+        // Keeps the bus daemon from notifying the service manager.
         m_daemon = std::make_unique<ChildProcess>(command, std::vector<std::string>{"NOTIFY_SOCKET="});
         if (!m_daemon->waitForOutput("unix:path=")) {
             throw std::runtime_error{"dbus-daemon does not start: " + m_daemon->output()};
         }
     }
 
-    /// Kills the daemon without a warning.
+    /// Kills the bus daemon.
     void kill() { m_daemon.reset(); }
 
 private:

@@ -14,7 +14,7 @@
 
 namespace test_support {
 
-/// An IDS core on a bus connection of its own. It connects again whenever the daemon or the bus has been away.
+/// An IDS core on a bus connection of its own. It reconnects after a loss of the daemon or the bus.
 class TestCore : asi::connectivity::idscore::IdsSecurityEventsReply, comm::LifecycleListener
 {
 public:
@@ -55,7 +55,7 @@ private:
     void alive(const comm::Lifecycle&) override { m_connected = true; }
     void dead(const comm::Lifecycle&, const comm::DeathNotice&) override { m_connected = false; }
 
-    // Looks for the daemon anew every 100 ms until it has answered.
+    // Tries to connect every 100 ms until the daemon has answered.
     void keepConnected()
     {
         while (!m_ending) {

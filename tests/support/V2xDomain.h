@@ -11,7 +11,7 @@
 
 namespace test_support {
 
-/// The V2X domain, which connects again whenever the daemon has been away.
+/// The V2X domain. It reconnects after a loss of the daemon.
 class V2xDomain : asi::connectivity::ids::ViIdsmConnectorReply, comm::LifecycleListener
 {
 public:
@@ -19,7 +19,7 @@ public:
 
     bool connected() const { return m_alive; }
 
-    /// Connects when it is not, and sends an event of so many bytes, at least the 16 of its header.
+    /// Connects if necessary, and sends an event of this number of bytes, at least the 16 of its header.
     void send(std::uint32_t size = 16)
     {
         if (!m_alive && m_proxy.connect()) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Starts the program again by `isolated`, once: a user namespace can be entered only before threads exist.
+// Restarts the program once through `isolated`: a user namespace can be entered only before threads exist.
 void isolate(int argc, char** argv)
 {
     if (std::getenv("IDS_TEST_ISOLATED") != nullptr) {
@@ -17,7 +17,7 @@ void isolate(int argc, char** argv)
     std::string launcher = ISOLATED;
     std::string program = std::filesystem::read_symlink("/proc/self/exe");
     std::vector<char*> command{launcher.data(), program.data()};
-    command.insert(command.end(), argv + 1, argv + argc + 1); // with the null pointer at the end
+    command.insert(command.end(), argv + 1, argv + argc + 1); // including the terminating null pointer
     ::execv(launcher.c_str(), command.data());
 }
 

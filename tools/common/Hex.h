@@ -7,7 +7,7 @@
 
 namespace tool_support {
 
-/// Bytes in hex, digits in pairs, blanks between the pairs or not; nothing when the text is anything else.
+/// Parses pairs of hex digits, with or without blanks between the pairs; nullopt for any other text.
 std::optional<std::vector<std::uint8_t>> fromHex(std::string_view text);
 
 } // namespace tool_support

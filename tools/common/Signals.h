@@ -4,9 +4,9 @@
 
 namespace tool_support {
 
-/// Blocks the signals in this thread and those that it starts, and returns a descriptor that they are read from. A pipe
-/// whose reader has gone is an error of the write only. Call it before there are threads. Throws std::system_error when
-/// the system has no descriptor left.
+/// Blocks the signals in this thread and the threads that it starts, and returns a descriptor to read them from.
+/// Ignores SIGPIPE. Must be called before the first thread is started. Throws std::system_error when no descriptor is
+/// available.
 int openSignals(std::initializer_list<int> signals);
 
 } // namespace tool_support

@@ -4,7 +4,7 @@
 
 namespace event_catalogue_tool {
 
-/// Prints the layouts of all events as tables of the dissector's language.
+/// Prints the layouts of all events as Lua tables for the dissector.
 void printLua(std::ostream& out);
 
 } // namespace event_catalogue_tool

@@ -4,7 +4,7 @@
 
 namespace event_catalogue_tool {
 
-/// Prints the catalogue of all events for people.
+/// Prints the catalogue of all events as a Markdown document.
 void printMarkdown(std::ostream& out);
 
 } // namespace event_catalogue_tool

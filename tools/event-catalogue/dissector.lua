@@ -1,5 +1,6 @@
--- Shows what ids-core-monitor writes with --pcapng. Each packet is one event: 2 bytes each of the event ID and of the
--- sizes of frame header and time stamp, 2 zero bytes, then frame header, time stamp and context data as they came.
+-- Dissects the captures that ids-core-monitor writes with --pcapng. Each packet is one event: 2 bytes each of the event
+-- ID and of the sizes of frame header and time stamp, 2 zero bytes, then frame header, time stamp and context data as
+-- received.
 
 local ids = Proto("ids", "Security event")
 
@@ -26,7 +27,7 @@ local f = {
     context = ProtoField.bytes("ids.context", "Context data"),
     cut = ProtoField.string("ids.cut", "Cut"),
 }
--- A field of the same name is the same field, whatever the event.
+-- Fields of the same name are the same field in every event.
 local defined = {}
 local function define(fields)
     for _, field in ipairs(fields) do
@@ -75,7 +76,7 @@ end
 
 -- For the columns of the packet list.
 local function printable(range)
-    return (text_of(range):gsub("[^ -~]", ".")) -- a terminal obeys control characters
+    return (text_of(range):gsub("[^ -~]", ".")) -- a terminal interprets control characters
 end
 local readers = {
     integer = function(range) return tostring(range:uint()) end,

@@ -7,7 +7,7 @@
 
 namespace event_catalogue_tool {
 
-/// "0x" and at least so many digits.
+/// "0x" and at least this number of digits.
 inline std::string hexNumber(std::uint32_t number, int digits)
 {
     std::ostringstream text;

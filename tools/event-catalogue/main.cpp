@@ -1,5 +1,5 @@
-// Prints what is known of the events' bytes: "markdown" as a document, "lua FILE" as a dissector, whose program the
-// file is.
+// Prints the byte layouts of the events: "markdown" as a document, "lua FILE" as a dissector that ends with the program
+// in FILE.
 
 #include <fstream>
 #include <iostream>

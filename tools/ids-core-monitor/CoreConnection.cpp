@@ -6,7 +6,7 @@ namespace core_monitor {
 namespace {
 
 constexpr std::uint32_t kInstance = 1;
-constexpr std::chrono::milliseconds kRetryPeriod{200};    // also the time before an absence is reported
+constexpr std::chrono::milliseconds kRetryPeriod{200};    // also the time before a missing daemon is reported
 constexpr std::chrono::milliseconds kRefusalPeriod{5000}; // the bus may log each refusal
 
 constexpr std::string_view kRefused =

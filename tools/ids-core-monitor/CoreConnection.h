@@ -15,15 +15,15 @@ public:
     virtual ~ICoreConnectionListener() = default;
     virtual void onConnected() = 0;
 
-    /// Once while there is no connection, and once more when it turns out that the bus refuses it.
+    /// Called once for each disconnection, and once more when the bus refuses the connection.
     virtual void onDisconnected(std::string_view why) = 0;
 
     /// The payload may be null.
     virtual void onEvent(const util::SharedPtr<asi::connectivity::idscore::SecEvent>& payload, bool isValid) = 0;
 };
 
-/// The IDS core's end of the connection to the daemon. It waits for bus and daemon without a time limit and reconnects
-/// after each loss. Made, used, called back and destroyed on the active object.
+/// The IDS core's end of the connection to the daemon. Waits for bus and daemon without a time limit and reconnects
+/// after each loss. Constructed, used, called back and destroyed on the active object.
 class CoreConnection final : private asi::connectivity::idscore::IdsSecurityEventsReply, private comm::LifecycleListener
 {
 public:
@@ -44,7 +44,7 @@ private:
     bool m_atRest = true;
     std::string_view m_reported; // empty while connected, and until a report
     const common_::ISynchronizedTimerFactory::TimerHandlePtr m_timer;
-    asi::connectivity::idscore::IdsSecurityEventsProxy m_proxy; // destroyed first: it refers to us
+    asi::connectivity::idscore::IdsSecurityEventsProxy m_proxy; // destroyed first: it refers to this object
 };
 
 } // namespace core_monitor

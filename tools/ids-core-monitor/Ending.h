@@ -4,7 +4,7 @@
 
 namespace core_monitor {
 
-/// The program's wish to end and its reason. Anybody may express it on any thread; the first reason stays.
+/// A request to end the program, and its reason. May be made on any thread; the first reason is kept.
 class Ending
 {
 public:
@@ -15,11 +15,11 @@ public:
         enoughSeen,
         timeOver,
         noDaemon,
-        outputClosed, ///< nobody reads us any more
+        outputClosed, ///< the reader of the output has closed it
         outputFailed
     };
 
-    /// Throws std::system_error when the system has no descriptor left.
+    /// Throws std::system_error when no descriptor is available.
     Ending();
     ~Ending();
     Ending(const Ending&) = delete;
@@ -30,7 +30,7 @@ public:
     Reason reason() const { return m_reason.load(); }
     bool isNear() const { return reason() != Reason::none; }
 
-    /// Readable from the first wish on.
+    /// Readable from the first request on.
     int descriptor() const { return m_descriptor; }
 
 private:

@@ -6,8 +6,8 @@
 
 namespace core_monitor {
 
-/// Writes an event as one JSON object on a line of its own, ASCII only. The objects of one program run all have the
-/// same members, but for "note", which is there when something is odd.
+/// Formats an event as one JSON object on one line, ASCII only. All objects of a program run have the same members,
+/// except "note", which exists only for anomalies.
 class JsonFormat
 {
 public:
@@ -18,7 +18,7 @@ public:
 
     explicit JsonFormat(Style style) : m_style{style} {}
 
-    /// With the line's end.
+    /// Includes the newline.
     std::string operator()(const ReceivedEvent& event) const;
 
 private:

@@ -7,9 +7,9 @@
 
 namespace core_monitor {
 
-/// Writes an event for people, in printable ASCII: as one line with time of day, ID, short name, the values that matter
-/// and what is odd; or with all fields, indented. A change of the day gets a line of its own when the daemon framed the
-/// event; another domain's clock shows in the event's line.
+/// Formats an event in printable ASCII: as one line with time of day, ID, short name, the main values and anomalies; or
+/// with all fields, indented. A new day is shown on a line of its own for the daemon's events, and in the event's line
+/// for those of other domains.
 class LineFormat
 {
 public:
@@ -28,7 +28,7 @@ public:
     /// At least kLeastWidth.
     void setWidth(std::size_t width) { m_width = width; }
 
-    /// With the lines' ends.
+    /// Includes the newlines.
     std::string operator()(const ReceivedEvent& event);
 
 private:

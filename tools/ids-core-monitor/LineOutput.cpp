@@ -19,7 +19,7 @@ int LineOutput::write(std::string_view lines) const
         if (ready[0].revents == 0) {
             return ECANCELED;
         }
-        // A pipe that is ready takes so much without blocking.
+        // A pipe that is ready accepts this number of bytes without blocking.
         const auto written = ::write(m_descriptor, lines.data(), std::min<std::size_t>(lines.size(), PIPE_BUF));
         if (written >= 0) {
             lines.remove_prefix(static_cast<std::size_t>(written));

@@ -6,14 +6,14 @@
 
 namespace core_monitor {
 
-/// Writes lines to a descriptor at once, each with one write as long as it has at most 4096 bytes. A reader that is
-/// slow is waited for, but not beyond the program's ending.
+/// Writes lines to a descriptor immediately, with one write for up to 4096 bytes. Waits for a slow reader, but no
+/// longer than until the program is to end.
 class LineOutput
 {
 public:
     LineOutput(int descriptor, const Ending& ending) : m_descriptor{descriptor}, m_ending{ending} {}
 
-    /// Returns 0, or the errno that says why the line is not (wholly) written; ECANCELED when the ending came first.
+    /// Returns 0, or the errno when the line was not written completely; ECANCELED when the program is to end.
     int write(std::string_view lines) const;
 
 private:

@@ -12,15 +12,15 @@
 
 namespace core_monitor {
 
-/// Shows and counts the events of the connection, and reports on standard error when it is made or lost. Runs on the
-/// active object, which waits for a slow reader of the output: events then wait on the bus, which drops those beyond
-/// its limit.
+/// Shows and counts the events of the connection, and reports each connection and disconnection on standard error. Runs
+/// on the active object, which waits for a slow reader of the output: events then wait on the bus, which drops those
+/// beyond its limit.
 class Monitor final : public ICoreConnectionListener
 {
 public:
     using Format = std::function<std::string(const ReceivedEvent&)>;
 
-    /// capture: also receives the events that are shown; may be null.
+    /// capture: also receives the shown events; may be null.
     Monitor(const Options& options, Format format, const LineOutput& output, PcapngFile* capture, Tally& tally,
             Ending& ending);
 
@@ -42,7 +42,7 @@ private:
     std::uint64_t m_shown = 0;
 };
 
-/// Prints a line of the program's own to standard error.
+/// Prints a message of the program to standard error.
 void say(std::string_view text);
 
 } // namespace core_monitor

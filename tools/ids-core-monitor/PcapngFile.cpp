@@ -21,9 +21,9 @@ constexpr std::uint32_t kByteOrderMagic = 0x1A2B3C4D;
 constexpr std::uint16_t kLinkTypeUser0 = 147;
 constexpr std::uint16_t kTimeResolutionOption = 9;
 constexpr std::uint8_t kNanoseconds = 9;
-constexpr std::size_t kMostOfABlock = 0xFFFF; ///< a size of the packet's own has two bytes
+constexpr std::size_t kMostOfABlock = 0xFFFF; ///< a packet stores its sizes in two bytes
 
-/// Numbers are written in this machine's order, which the section header tells.
+/// Numbers are in native byte order, which the section header indicates.
 class Bytes
 {
 public:

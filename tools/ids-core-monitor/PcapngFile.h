@@ -8,15 +8,15 @@
 
 namespace core_monitor {
 
-/// A capture file with one packet for each event, at the time of its arrival, under the first of the link types that
-/// are free for users. A packet begins with 2 bytes each of the event ID, the size of the frame header, the size of the
-/// time stamp, and zeros; then come these two and the context data as they were received.
+/// A capture file with one packet for each event, at the time of its arrival, with the first link type reserved for
+/// private use. A packet begins with 2 bytes each of the event ID, the size of the frame header, the size of the time
+/// stamp, and zeros; then follow frame header, time stamp and context data as received.
 ///
-/// Each packet is written at once, so that the file is whole whatever happens later.
+/// Each packet is written immediately, so that the file is complete after a crash.
 class PcapngFile
 {
 public:
-    /// Replaces a file that is there. Throws std::system_error when it cannot be written.
+    /// Replaces an existing file. Throws std::system_error when it cannot be written.
     explicit PcapngFile(const std::string& path);
     ~PcapngFile();
     PcapngFile(const PcapngFile&) = delete;

@@ -50,7 +50,7 @@ std::string resources(const Fields& fields)
            ram.data() + " MiB";
 }
 
-/// With a separator before it, when there is a text.
+/// The text after the separator; empty for an empty text.
 std::string appended(const char* separator, const std::string& text)
 {
     return text == kNoText ? "" : separator + text;
@@ -92,7 +92,7 @@ struct Form
     std::string (*detail)(const Fields&);
 };
 
-// The protocolName of a firewall event is "UDP" whatever was dropped, so no form shows it.
+// The protocolName of a firewall event is always "UDP", so no form shows it.
 constexpr std::array kForms{
     Form{0x000B, "tcp port", kNetwork, [](const Fields& f) { return route(f) + " tcp group " + f["groupNumber"]; }},
     Form{0x000C, "udp port", kNetwork, [](const Fields& f) { return route(f) + " udp group " + f["groupNumber"]; }},

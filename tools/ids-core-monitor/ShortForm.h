@@ -7,7 +7,7 @@
 
 namespace core_monitor {
 
-/// What one line shows of an event besides time, ID and notes. Printable ASCII, whatever the bytes are.
+/// The content of an event's line besides time, ID and notes. Printable ASCII for any bytes.
 struct ShortForm
 {
     std::string_view name; ///< at most 12 characters

@@ -11,7 +11,7 @@
 
 namespace core_monitor {
 
-/// Counts what was shown since the start, for the summary. Any thread.
+/// Counts the shown events for the summary. Any thread.
 class Tally
 {
 public:
@@ -21,7 +21,7 @@ public:
 
     bool wasConnected() const;
 
-    /// A line of totals and a table of what was shown, with a row for each ID and origin. Without the last line's end.
+    /// A line of totals and a table of the shown events, with a row for each ID and origin. Without the last newline.
     std::string summary() const;
 
 private:

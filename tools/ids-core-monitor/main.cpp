@@ -32,7 +32,7 @@ using namespace core_monitor;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-// A closed standard stream would give its number to a descriptor of ours.
+// Otherwise a closed standard stream would give its number to another descriptor.
 void fillStandardStreams()
 {
     int descriptor = 0;
@@ -42,7 +42,7 @@ void fillStandardStreams()
     close(descriptor);
 }
 
-// Of the terminal, which may be resized at any time.
+// The width of the terminal, which may change at any time.
 std::size_t outputWidth()
 {
     winsize size{};
@@ -76,7 +76,7 @@ void handleSignal(int signals, const Tally& tally, Ending& ending)
     }
 }
 
-// Watches the clock, the signals and the reader of our output until something ends the program.
+// Watches the clock, the signals and the reader of the output until the program is to end.
 void watch(const Options& options, int signals, const Tally& tally, Ending& ending)
 {
     constexpr milliseconds kLongestSleep{std::chrono::hours{1}};

@@ -12,20 +12,19 @@ namespace rstp_peer {
 
 using Clock = std::chrono::steady_clock;
 
-/// A row of frames, each of them made when it is asked for and due at a time of its own: whoever does not take it then
-/// may take it late, or skip it.
+/// A sequence of frames, each generated on request and due at its own time. A due frame can be taken late or skipped.
 class FrameSource
 {
 public:
-    /// Makes a frame from its number, 0 the first.
+    /// Makes a frame from its number, counted from 0.
     using Maker = std::function<Bytes(std::uint64_t)>;
 
     static constexpr auto kEndless = std::numeric_limits<std::uint64_t>::max();
 
-    /// count: frames in all. perSecond: 0 when each is due at once.
+    /// count: frames in all. perSecond: 0 makes each frame due at once.
     FrameSource(Maker make, std::uint64_t count, double perSecond);
 
-    /// The first frame is due now. Before that none is.
+    /// Makes the first frame due now; none is due before the call.
     void begin(Clock::time_point now);
     bool hasBegun() const { return m_start.has_value(); }
 
@@ -35,13 +34,13 @@ public:
     Bytes front() const { return m_make(m_next); }
     void pop() { ++m_next; }
 
-    /// Leaves out what is due, unless all is due at once. Returns how many frames that were.
+    /// Skips the due frames, unless each frame is due at once. Returns their number.
     std::uint64_t skipDue(Clock::time_point now);
 
-    /// When the next frame is due. Nothing before the beginning, or when it is never.
+    /// When the next frame is due; nullopt before begin, after the last frame, and for a time too far ahead.
     std::optional<Clock::time_point> nextTime() const { return timeOf(m_next); }
 
-    /// When all frames that nobody takes could be skipped. Nothing before the beginning, or when that is never.
+    /// When the last frame is due, so that all frames can be skipped; nullopt without such a time.
     std::optional<Clock::time_point> lastTime() const;
 
 private:

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint8_t kIdsEventMessage = 1;
 constexpr std::uint8_t kEventTag = 2 << 3 | 4; // parameter 2, of variable length
 
-// Not the daemon's own instance, so that a core can tell the two apart.
+// Differs from the daemon's own instance, so that a core can distinguish the events.
 constexpr std::uint16_t kDomainsIdsmInstance = 50;
 
 void append(Bytes& to, std::span<const std::uint8_t> bytes)

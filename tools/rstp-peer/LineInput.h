@@ -5,7 +5,7 @@
 
 namespace rstp_peer {
 
-/// The lines of a descriptor that another program or a person writes to.
+/// Reads lines from a descriptor.
 class LineInput
 {
 public:
@@ -13,16 +13,16 @@ public:
 
     int descriptor() const { return m_descriptor; }
 
-    /// Reads once: what is there, or waits for it.
+    /// Reads once, waiting for data.
     void read();
 
-    /// A line without its end, once the whole of it has been read.
+    /// The next complete line without its newline.
     std::optional<std::string> next();
 
-    /// There will be no more lines.
+    /// All lines have been returned, and the input has ended.
     bool isOver() const { return m_isAtEnd && m_text.empty(); }
 
-    /// Reading on may bring more.
+    /// The input has not ended.
     bool isOpen() const { return !m_isAtEnd; }
 
 private:

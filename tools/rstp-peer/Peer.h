@@ -13,18 +13,18 @@ namespace rstp_peer {
 
 struct Options;
 
-/// Serves one client after the other with the frames of a source and, once a client has come, with those that somebody
-/// types. Tells on standard error how it fares. One thread.
+/// Serves one client after the other with the frames of a source and, from the first client on, with the frames of
+/// standard input. Reports its state on standard error. Single-threaded.
 class Peer
 {
 public:
-    /// signals: becomes readable when the program shall end.
+    /// signals: readable when the program is to end.
     Peer(const Options& options, PeerSocket& socket, int signals);
 
-    /// Until a signal comes or, when that is asked for, all has been sent and read.
+    /// Runs until a signal arrives or, with the option exits, all has been sent and read.
     void run();
 
-    /// One line without its end.
+    /// One line without the newline.
     std::string summary() const;
 
 private:
@@ -45,7 +45,7 @@ private:
     const int m_signals;
     FrameSource m_source;
     std::optional<LineInput> m_input;
-    std::optional<Bytes> m_typed; // waits for a client that is full
+    std::optional<Bytes> m_typed; // waits for a client that does not read
     bool m_isFull = false;
     bool m_isEnding = false;
     bool m_hasWarned = false;
@@ -55,7 +55,7 @@ private:
     std::uint64_t m_connections = 0;
 };
 
-/// Prints a line of the program's own to standard error.
+/// Prints a message of the program to standard error.
 void say(std::string_view text);
 
 } // namespace rstp_peer

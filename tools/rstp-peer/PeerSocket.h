@@ -10,20 +10,20 @@
 
 namespace rstp_peer {
 
-/// The car domain's end of the channel: a socket in the file system that keeps the boundaries of frames, and the one
-/// client that is served. Whoever else connects waits until that one has gone. Nothing here blocks.
+/// The car domain's end of the channel: a listening Unix socket of type SOCK_SEQPACKET, and the single client that is
+/// served. Further clients wait in the backlog until it disconnects. No function blocks.
 class PeerSocket : iplbase::NonCopyable
 {
 public:
     enum class Outcome
     {
         sent,
-        full, ///< the client has not read enough of what was sent before
+        full, ///< the client has not read enough of the earlier frames
         gone
     };
 
-    /// Listens. Takes the place of a socket file on which nobody listens any more. Throws std::runtime_error when
-    /// somebody does, or when the path is not to be had.
+    /// Listens. Replaces a socket file without a listener. Throws std::runtime_error when another process listens, or
+    /// when the socket cannot be created.
     explicit PeerSocket(const std::string& path);
 
     /// Removes the socket file.
@@ -31,20 +31,20 @@ public:
 
     bool hasClient() const { return m_client >= 0; }
 
-    /// The client's while there is one, else readable when one comes.
+    /// The client's descriptor if a client is connected, otherwise the listener's.
     int descriptor() const { return hasClient() ? m_client : m_listener; }
 
-    /// Takes the client that waits, if any.
+    /// Accepts a waiting client.
     void accept();
 
-    /// Only while there is a client. A frame is sent whole or not at all. Throws std::system_error when the system
-    /// takes no frame of this size.
+    /// Requires a client. A frame is sent completely or not at all. Throws std::system_error when the system does not
+    /// accept a frame of this size.
     Outcome send(std::span<const std::uint8_t> frame);
 
-    /// Reads and forgets what the client sends, and lets go of one that has gone.
+    /// Reads and discards the client's data, and closes the connection of a client that has disconnected.
     void hear();
 
-    /// Whether the client has not read all yet that was sent to it.
+    /// Whether the client has unread frames.
     bool hasUnread() const;
 
 private:

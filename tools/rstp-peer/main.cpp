@@ -11,7 +11,7 @@ namespace {
 
 using namespace rstp_peer;
 
-// A job in the background would be stopped by what is typed for others.
+// Reading the terminal would stop a background job.
 bool isTyped()
 {
     return isatty(STDIN_FILENO) == 1 && tcgetpgrp(STDIN_FILENO) == getpgrp();

@@ -6,8 +6,8 @@
 
 namespace unit_simulator {
 
-/// The unit's end of a service that the daemon provides; finds it again when the daemon has been away, and after the
-/// bus has been away at the next call. On the unit's active object.
+/// The unit's end of a service that the daemon provides. Reconnects after a loss of the daemon, and after a loss of the
+/// bus at the next call. On the unit's active object.
 template <typename Description>
 class DaemonClient final : private Description::Reply, private comm::LifecycleListener
 {
@@ -21,7 +21,7 @@ public:
         }
     }
 
-    /// Throws BadInput when the daemon is not there.
+    /// Throws BadInput when the daemon is not connected.
     template <auto function, typename... Args>
     void call(const Args&... args)
     {

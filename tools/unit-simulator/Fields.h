@@ -12,30 +12,30 @@
 
 namespace unit_simulator {
 
-/// What a scenario, a command or an option asks for cannot be done; the text says where and what is allowed.
+/// A scenario, a command or an option is invalid; the text names the place and the allowed values.
 struct BadInput : std::runtime_error
 {
     using runtime_error::runtime_error;
 };
 
-/// What a field of a step may hold. Every kind but flag and seconds may also be null: the value is absent then.
+/// The type of a field of a step. Every kind except flag and seconds also allows null, an absent value.
 enum class Kind
 {
     flag,    ///< true or false
     number,  ///< an integer of up to 64 bits
-    seconds, ///< a number from 0 on
+    seconds, ///< a number of at least 0
     text,
     bytes,  ///< hex digits in a text
     texts,  ///< an array of texts and nulls
     service ///< one of kServices
 };
 
-/// What the unit's services are called. Some are provided in several instances, or as several services of the bus.
+/// The names of the unit's services in steps. Some have several instances, or are several services on the bus.
 inline constexpr std::array<const char*, 11> kServices{"gnss",          "operation-control", "dtcs",        "modem",
                                                        "configuration", "time-sync",         "diagnostics", "some-ip",
                                                        "wlan",          "persistence",       "all"};
 
-/// What a value of the kind is, for people.
+/// The name of a kind in messages.
 std::string textOf(Kind kind);
 
 /// One field of a kind of step.
@@ -43,7 +43,7 @@ struct Field
 {
     const char* name;
     Kind kind;
-    nlohmann::json otherwise; ///< its value when it is not given
+    nlohmann::json otherwise; ///< default value
     const char* help;
 };
 
@@ -51,8 +51,8 @@ struct Field
 class Fields
 {
 public:
-    /// Takes the values given for the fields of a kind of step, and the defaults of the others. Throws BadInput when a
-    /// value is not of its field's kind or belongs to no field; where tells the place of a value by its name.
+    /// Checks the values given for the fields of a kind of step, and adds the defaults of the others. Throws BadInput
+    /// for an unknown field or a value of another kind; where returns the place of a value by its name.
     template <typename Where>
     Fields(const std::vector<Field>& known, const nlohmann::json& given, const Where& where)
     {
@@ -72,7 +72,7 @@ public:
     bool isAbsent(const char* name) const { return m_values.at(name).is_null(); }
     std::string word(const char* name) const { return m_values.at(name).get<std::string>(); }
 
-    /// The number, cut to the type; 0 when it is absent.
+    /// The number, truncated to the type; 0 if it is absent.
     template <typename T>
     T number(const char* name) const
     {

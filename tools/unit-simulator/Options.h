@@ -10,16 +10,16 @@ namespace unit_simulator {
 
 inline constexpr int kUsageError = 2;
 
-/// What the command line asks for.
+/// The options of the command line.
 struct Options
 {
     std::string scenarioFile;                 ///< empty: none
-    std::vector<std::string> commands;        ///< steps to do at once, one after the other
-    std::string persistenceFile = ":memory:"; ///< what SQLite keeps the settings in
+    std::vector<std::string> commands;        ///< steps to run first, in order
+    std::string persistenceFile = ":memory:"; ///< SQLite file of the settings
     bool verbose = false;
 };
 
-/// Returns an exit status when that is all there was to do.
+/// Returns the exit status when the program must exit at once.
 std::optional<int> parseOptions(int argc, char** argv, Options& options, const std::vector<StepKind>& kinds);
 
 } // namespace unit_simulator

@@ -6,7 +6,7 @@
 
 namespace unit_simulator {
 
-/// What can be done to the persistence service.
+/// The steps for the persistence service.
 std::vector<StepKind> persistenceSteps();
 
 } // namespace unit_simulator

@@ -14,7 +14,7 @@ constexpr char kTables[] =
     "CREATE TABLE IF NOT EXISTS setting(partition INTEGER, key INTEGER, value, PRIMARY KEY(partition, key));"
     "BEGIN IMMEDIATE";
 
-/// One SQL statement at work.
+/// A prepared SQL statement.
 class Statement
 {
 public:
@@ -35,14 +35,14 @@ public:
         } else if (const auto* const text = std::get_if<std::string>(&value)) {
             bind(place, *text);
         } else if (const auto* const bytes = std::get_if<std::vector<std::uint8_t>>(&value)) {
-            sqlite3_bind_zeroblob(m_statement, place, 0); // also for no bytes, where there is no address
+            sqlite3_bind_zeroblob(m_statement, place, 0); // also for an empty value, which has no address
             if (!bytes->empty()) {
                 sqlite3_bind_blob64(m_statement, place, bytes->data(), bytes->size(), SQLITE_TRANSIENT);
             }
         }
     }
 
-    /// A partition goes by its number (place) or its name (the place after it); the other is null.
+    /// A partition is identified by its number (bound at place) or its name (at the place after it); the other is null.
     void bind(int place, const PersistenceLocation& location)
     {
         if (location.kind == PersistenceLocation::byNumber) {
@@ -52,7 +52,7 @@ public:
         }
     }
 
-    /// Whether there is a row, now in view.
+    /// Steps to the next row; false when there is none.
     bool hasRow() { return sqlite3_step(m_statement) == SQLITE_ROW; }
     bool run() { return sqlite3_step(m_statement) == SQLITE_DONE; }
 

@@ -13,8 +13,8 @@ struct sqlite3;
 
 namespace unit_simulator {
 
-/// Partitions and their values in an SQLite file. What was changed since the last commit is on the medium only after an
-/// orderly end. A change that the database refuses, such as for want of space, is as if it had not been asked for.
+/// Partitions and their values in an SQLite file. Changes since the last commit reach the medium only at an orderly
+/// exit. A change that the database refuses, for example for lack of space, has no effect.
 class PersistenceStore
 {
 public:
@@ -23,21 +23,21 @@ public:
     /// Nothing, an integer, a text or bytes.
     using Value = std::variant<std::monostate, std::int32_t, std::string, std::vector<std::uint8_t>>;
 
-    /// file: made when it is not there; ":memory:" for none. Throws BadInput when it cannot be used.
+    /// file: created if it does not exist; ":memory:" for none. Throws BadInput when it cannot be used.
     explicit PersistenceStore(const std::string& file);
     ~PersistenceStore();
     PersistenceStore(const PersistenceStore&) = delete;
     PersistenceStore& operator=(const PersistenceStore&) = delete;
 
-    /// Nothing when there is no such partition.
+    /// Nullopt when the partition does not exist.
     std::optional<std::string> version(const persistence::PersistenceLocation& location) const;
 
-    /// The partition, made with the version when it is not there.
+    /// Returns the partition; creates it with the version if it does not exist.
     PartitionId open(const persistence::PersistenceLocation& location, const std::string& version);
 
     Value value(PartitionId partition, std::uint32_t key) const;
 
-    /// Stores a value, or removes it when it is nothing. Returns true when that was done.
+    /// Stores a value; std::monostate removes it. Returns true on success.
     bool set(PartitionId partition, std::uint32_t key, const Value& value);
     bool commit();
 

@@ -8,7 +8,7 @@
 
 namespace unit_simulator {
 
-/// Plays a scenario by the clock: tells when the next step is due and hands out those that are. On one thread.
+/// Plays a scenario in real time: returns the time of the next step and the steps that are due. On one thread.
 class Player
 {
 public:
@@ -16,10 +16,10 @@ public:
 
     Player(const Scenario& scenario, Clock::time_point begin) : m_scenario{scenario}, m_begin{begin} {}
 
-    /// Nothing when there are no more steps.
+    /// Nullopt without further steps.
     std::optional<Clock::time_point> nextDue() const;
 
-    /// The next step when it is due by now, null otherwise.
+    /// The next step if it is due, otherwise null.
     const Step* takeDue(Clock::time_point now);
 
 private:

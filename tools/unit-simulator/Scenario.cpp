@@ -10,7 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Walks over a text and counts the lines that it has left behind.
+/// Scans a text and counts the lines.
 class LineCounter
 {
 public:
@@ -37,7 +37,7 @@ private:
     std::size_t* m_line;
 };
 
-/// The lines in which the steps of a scenario and their fields begin, and a syntax error when there is one.
+/// The lines of the steps of a scenario and their fields, and the syntax error if there is one.
 class Lines final : public nlohmann::json_sax<json>
 {
 public:
@@ -95,7 +95,7 @@ public:
     }
 
 private:
-    static constexpr int kStepDepth = 3; // an object in an array in the object that is all
+    static constexpr int kStepDepth = 3; // object in array in root object
 
     struct StepLines
     {
@@ -122,7 +122,7 @@ const StepKind& kindOf(const json& name, const std::vector<StepKind>& kinds, con
     for (const auto& kind : kinds) {
         allowed += (allowed.empty() ? "" : ", ") + std::string{kind.name};
     }
-    const auto shown = name.dump(-1, ' ', false, json::error_handler_t::replace); // what is typed may be any bytes
+    const auto shown = name.dump(-1, ' ', false, json::error_handler_t::replace); // the input may contain any bytes
     throw BadInput{where + "unknown step " + shown + "; allowed: " + allowed};
 }
 

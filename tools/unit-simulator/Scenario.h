@@ -11,7 +11,7 @@ namespace unit_simulator {
 
 class Unit;
 
-/// A kind of step: what can be done to the unit.
+/// A kind of step: an action on the unit.
 struct StepKind
 {
     const char* name;
@@ -20,7 +20,7 @@ struct StepKind
     std::function<void(Unit&, const Fields&)> run; ///< on the unit's active object
 };
 
-/// Something to be done at a time.
+/// An action at a time.
 struct Step
 {
     std::chrono::milliseconds at; ///< from the scenario's beginning
@@ -28,7 +28,7 @@ struct Step
     Fields fields;
 };
 
-/// Steps in the order of their times, and after what time they begin again; zero when they do not.
+/// Steps in the order of their times, and the period of the repetition; zero for no repetition.
 struct Scenario
 {
     std::vector<Step> steps;
@@ -36,10 +36,10 @@ struct Scenario
 };
 
 /// Reads a scenario: {"repeatAfter": SECONDS, "steps": [{"at": SECONDS, "do": NAME, FIELD: VALUE, ...}, ...]}. Throws
-/// BadInput that names file and line and what would be allowed there.
+/// BadInput with file, line and the allowed input.
 Scenario readScenario(const std::string& text, const std::string& file, const std::vector<StepKind>& kinds);
 
-/// Reads a command, "NAME FIELD=VALUE ...", where a VALUE is JSON or else a text. Throws BadInput.
+/// Reads a command, "NAME FIELD=VALUE ..."; a VALUE that is not JSON is a text. Throws BadInput.
 Step readCommand(const std::string& text, const std::vector<StepKind>& kinds);
 
 } // namespace unit_simulator

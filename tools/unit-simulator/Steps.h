@@ -6,7 +6,7 @@
 
 namespace unit_simulator {
 
-/// Everything that can be done to the unit.
+/// All steps.
 std::vector<StepKind> allSteps();
 
 } // namespace unit_simulator
