@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Keeps a core busy for 60 ms of every 100 ms, under a name of its own: enough for the daemon to report the busiest
-# processes, even on a system that has other work.
+# Keeps a core busy for 60 ms of every 100 ms, under a name of its own, so that the daemon reports it among the busiest
+# processes, even on a loaded system.
 
 set -euo pipefail
 printf demo-busy >"/proc/$$/comm"
@@ -10,7 +10,7 @@ now() {
     microseconds=${EPOCHREALTIME//[!0-9]/}
 }
 
-# Nothing ever comes out of this pipe, so that a read with a timeout is a pause without a process of its own.
+# This pipe never has data: a read with a timeout is a pause without another process.
 exec {never}<> <(:)
 while true; do
     now

@@ -1,20 +1,20 @@
 # shellcheck shell=bash
-# Sourced by the commands: what the system needs on Debian 12, and how it is built.
+# Sourced by the commands: the required packages on Debian 12, and the build.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-PATH=$PATH:/usr/local/sbin:/usr/sbin:/sbin # the packet filter's tool, which a user's path does not reach
+PATH=$PATH:/usr/local/sbin:/usr/sbin:/sbin # nft, which is not in a user's PATH
 
-# The compiler and the libraries, then what tests and demo start: a bus and its tools, a network, the packet filter.
+# Compiler and libraries, then the programs of tests and demo: a bus and its tools, network tools, the packet filter.
 # shellcheck disable=SC2034
 packages=(cmake ninja-build g++ pkg-config libsystemd-dev libmnl-dev libnetfilter-conntrack-dev libgtest-dev
     libgmock-dev libbenchmark-dev libdlt-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev dbus-daemon dbus-bin
     systemd iproute2 nftables util-linux)
 
-# What makes the Debian packages.
+# For the Debian packages.
 # shellcheck disable=SC2034
 packing=(dpkg-dev file)
 
-# What to start the build and its programs with.
+# Prefix for the build and its programs.
 launcher=()
 
 fail() {
@@ -22,7 +22,7 @@ fail() {
     exit 1
 }
 
-# missing <package>[:<architecture>]...: those that are not installed, one a line.
+# missing <package>[:<architecture>]...: prints those that are not installed, one per line.
 missing() {
     local installed
     installed=$(dpkg-query --show --showformat='${db:Status-Status} ${binary:Package}\n' "$@" 2>/dev/null |
@@ -37,7 +37,7 @@ wrong_use() {
     exit 2
 }
 
-# need <package>...: installs what is missing, or names it.
+# need <package>...: installs the missing packages, or lists them.
 need() {
     local absent
     if ! command -v dpkg-query >/dev/null; then
@@ -87,10 +87,10 @@ need_arm64() {
     need g++-aarch64-linux-gnu qemu-user qemu-user-binfmt "${libraries[@]}"
 }
 
-# Has the kernel start programs for the other processor in the emulator: the programs that are tested start others.
+# Registers the emulator with the kernel, because the tested programs start others for the other processor.
 emulate_arm64() {
     local formats=/proc/sys/fs/binfmt_misc
-    export QEMU_CPU=max,pauth-impdef=on # its usual way to sign return addresses makes calls a dozen times as slow
+    export QEMU_CPU=max,pauth-impdef=on # the default algorithm for signing return addresses makes calls a dozen times slower
     [[ -e $formats/qemu-aarch64 ]] && return
     ((EUID == 0)) || fail "The kernel does not start arm64 programs. As root: systemctl restart systemd-binfmt"
     [[ -e $formats/register ]] || mount -t binfmt_misc binfmt_misc "$formats"
@@ -108,8 +108,8 @@ build() (
     "${launcher[@]}" cmake --build --preset "$preset" ${1+--target "$@"}
 )
 
-# isolate <unshare option>...: starts the command again in namespaces of its own, when that is allowed. It finds
-# --isolated before the arguments that it was started with.
+# isolate <unshare option>...: restarts the command in namespaces of its own, if permitted, with --isolated before the
+# original arguments.
 isolate() {
     # shellcheck disable=SC2154
     unshare "$@" true 2>/dev/null && exec unshare "$@" "$root/scripts/${0##*/}" --isolated "${arguments[@]}"

@@ -1,23 +1,24 @@
-"""Does the bookkeeping of a soak: what went into the daemon, what the cores got of it, and what became of the rest.
+"""Accounts for the events of a soak: what was sent to the daemon, what the cores received, and what was lost.
 
-Three independent sources are held against each other: what the peers have sent, what the daemon's log says, and
-what the cores have printed. A span is the time from one connection of a core to the next one; it is cut when the soak
-kills the core or the bus in it, and then ends, as far as the rules go, with the kill.
+Three independent sources are compared: what the peers have sent, what the daemon has logged, and what the cores have
+printed. A span is the time from one connection of a core to the next one. A span in which the soak kills the core or
+the bus is cut; for the rules below it ends with the kill.
 
-Handed over  What the daemon sends to a core that it believes alive. The core must print it in the same order. Only the
-             end of a cut span may be missing: it died with the core or the bus, and is lost by rule.
-Refused      What the daemon would send while it knows of no core. Lost by rule from the cut on, and not before. Events
-             of the daemon's own are not counted here: they wait, as many as may, and are handed over later.
+Handed over  The events that the daemon sends to a core that it believes alive. The core must print them in the same
+             order. Only the end of a cut span may be missing, because it was lost with the core or the bus: by rule.
+Refused      The events that the daemon would send without a core. Lost by rule, but only after the cut. The daemon's
+             own events are not counted here: they wait in the dispatcher and are handed over later.
 Car, V2X     Each life of the car domain, and each stretch of the V2X domain between two deaths of simulator or bus, has
-             an event ID of its own, and its events are numbered from 0. The n-th that the daemon's log shows must carry
-             number n. What the peer has sent is what it says it has sent; killed, it may have sent one more than it
-             could say. V2X events are typed only while simulator and bus live; those that a kill catches on the way to
-             the daemon are lost by rule.
-Packets      Each packet sent is counted once in a 0x9711 event. The counts that cores have printed are summed up; the
-             log has the count of each period, and a period whose event was refused or lost by rule is lost by rule.
+             an event ID of its own, and its events are numbered from 0. The n-th event in the daemon's log must have
+             number n. The peer's output is the number of sent events; a killed peer may have sent one more event than it
+             has printed. V2X events are sent only while simulator and bus live; those that a kill catches before they
+             reach the daemon are lost by rule.
+Packets      Each sent packet is counted once in a 0x9711 event. The sum of the counts printed by the cores is the
+             result. The log has the count of each period; a period is lost by rule if its event was refused or lost by
+             rule.
 
-What is sent, less what the cores got, less what is lost by rule, is lost otherwise. That must be nothing, and not
-less than nothing either. No clock takes part in this.
+Sent events less received events less those lost by rule are lost otherwise. This number must be zero, also not
+negative. No comparison depends on a clock.
 """
 
 import json
@@ -51,11 +52,11 @@ class Span:
     def __init__(self):
         self.cut = False
         self.handed, self.refused = [], Counter()
-        self.periods, self.refused_periods = [], []  # of the 0x9711 among them
+        self.periods, self.refused_periods = [], []  # of the 0x9711 events
 
 
 class DaemonLog:
-    """Takes the daemon's log line by line."""
+    """Parses the daemon's log line by line."""
 
     def __init__(self):
         self.spans, self.packets = [Span()], []  # packets of each period
@@ -96,17 +97,17 @@ class DaemonLog:
     def _refuse(self, span):
         event = span.handed.pop()
         if not span.cut:
-            self.trouble.append(f"an event 0x{event.id:04X} was refused while a core was there")
+            self.trouble.append(f"an event 0x{event.id:04X} was refused while a core was connected")
         span.refused[event.id] += 1
         if event.id == STATISTICS:
             span.refused_periods.append(span.periods.pop())
 
 
 class CoreOutput:
-    """Takes the lines of the cores, one after the other."""
+    """Parses the output of the cores line by line."""
 
     def __init__(self):
-        self.spans = [[]]  # what was printed, as in the daemon's spans
+        self.spans = [[]]  # printed events, by the same spans as in the daemon's log
 
     def take(self, line):
         if line.endswith("connected to the daemon"):
@@ -115,7 +116,7 @@ class CoreOutput:
             try:
                 self.spans[-1].append(self._event(json.loads(line)))
             except json.JSONDecodeError:
-                pass  # cut by the kill
+                pass  # truncated by the kill
 
     @staticmethod
     def _event(printed):
@@ -133,7 +134,7 @@ class Ledger:
         self.log, self.core = log, core
 
     def disagreements(self):
-        """Where a core has not printed what was handed to it, in its order."""
+        """Yields the differences between handed and printed events, including their order."""
         if len(self.log.spans) != len(self.core.spans):
             yield f"the daemon logs {len(self.log.spans) - 1} connections, the cores log {len(self.core.spans) - 1}"
         for number, (span, printed) in enumerate(self.spans):
@@ -155,7 +156,7 @@ class Ledger:
         return Row("packets dropped", sent, left, by_rule, sent - left - by_rule)
 
     def numbered(self, source, sent, died_on_the_way):
-        """sent: how many by event ID; died_on_the_way: the IDs of stretches that may lack what the kill caught."""
+        """sent: number by event ID; died_on_the_way: the IDs of stretches whose last events a kill may have caught."""
         rows = [self._stretch(event_id, count, event_id in died_on_the_way) for event_id, count in sent.items()]
         return Row(source, *(sum(column) for column in zip(*rows)))
 
@@ -168,12 +169,12 @@ class Ledger:
                 gaps = numbers[-1] - numbers[0] + 1 - len(numbers) if numbers else 0
                 tail = sum(event.id == event_id for event in span.handed) - len(numbers) - gaps
                 by_rule += span.refused[event_id] + max(0, tail)
-        if died_on_the_way:  # and they were the last ones: what was sent before one that came was not caught
+        if died_on_the_way:  # these are the last events of a stretch: an event before an arrived one was not caught
             by_rule += max(0, sent - max(self.log.arrived[event_id], max(got, default=-1) + 1))
         return sent, len(got), by_rule, sent - len(got) - by_rule
 
     def own(self, source, belongs):
-        """Events of the daemon's own whose ID belongs, from their handing over on."""
+        """The handed-over events of the daemon whose ID belongs to the row."""
         came = left = by_rule = 0
         for span, printed in self.spans:
             handed = sum(belongs(event.id) for event in span.handed)

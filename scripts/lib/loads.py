@@ -1,4 +1,4 @@
-"""What a soak plays besides the tools: programs whose output is read, and loads, each a thread."""
+"""The programs and loads of a soak: processes whose output is read, and threads that generate load."""
 
 import contextlib
 import itertools
@@ -17,8 +17,8 @@ SECOND = 100  # steps
 
 
 class Program:
-    """A process that ends with the soak, and whose output goes to take, line by line. To be made on the main thread,
-    because the process ends with the thread that made it."""
+    """A process that ends with the soak and whose output lines are passed to take. Must be created on the main thread,
+    because the process is killed when the thread that created it ends."""
 
     def __init__(self, *command, take=lambda line: None, tracing=None):
         environment = ENVIRONMENT | ({"TRACING": tracing} if tracing else {})
@@ -41,7 +41,7 @@ class Program:
         return self.process.poll() is None
 
     def end(self, how):
-        """Returns the exit status, or None when it would not end; what it had to say has been read."""
+        """Returns the exit status, or None on a timeout; the output has been read completely."""
         self.process.send_signal(how)
         try:
             return self.process.wait(5)
@@ -53,7 +53,7 @@ class Program:
 
 
 class Load(threading.Thread):
-    """Does a step every 10 ms until it is stopped. Who holds the lock sees no step under way."""
+    """Runs a step every 10 ms until it is stopped. No step runs while another thread holds the lock."""
 
     def __init__(self):
         super().__init__(daemon=True)
@@ -70,7 +70,7 @@ class Load(threading.Thread):
                 except OSError as failure:
                     self.failure = f"{type(self).__name__}: {failure}"
                     return
-            due = max(due + STEP, time.monotonic() - 10 * STEP)  # what it is late by does not become one burst
+            due = max(due + STEP, time.monotonic() - 10 * STEP)  # limits the burst after a delay
             time.sleep(max(0, due - time.monotonic()))
 
     def stop(self):
@@ -79,8 +79,8 @@ class Load(threading.Thread):
 
 
 class Flood(Load):
-    """Sends packets that the packet filter drops, at a rate that changes every second. A statistics event counts up to
-    65535 in ten seconds."""
+    """Sends packets that the packet filter drops, at a rate that changes every second. The rates respect the limit of a
+    statistics event, 65535 packets in ten seconds."""
 
     RATES = (500, 5000)  # packets per second
 
@@ -98,7 +98,7 @@ class Flood(Load):
 
 
 class V2xDomain(Load):
-    """Types numbered events to a simulator, 50 per second; after each pause a new stretch, with an ID of its own."""
+    """Sends numbered events through a simulator, 50 per second; after each pause a new stretch with an ID of its own."""
 
     def __init__(self, first_id):
         super().__init__()
@@ -120,13 +120,13 @@ class V2xDomain(Load):
 
     @staticmethod
     def type(simulator, event_id, number):
-        """The number goes where rstp-peer puts it: bytes 7 to 10 of the context data."""
+        """The number is in bytes 7 to 10 of the context data, as in rstp-peer."""
         simulator.type(f"v2x-event event=130c80{event_id:04x}000100{int(time.time()):016x}"
                        f"80001700000001{number:08x}{0:030x}")
 
 
 class Loggers(Load):
-    """Four clients of the daemon's logger socket; twice a second one of them goes and another one comes."""
+    """Four clients of the daemon's logger socket; twice a second one of them disconnects and a new one connects."""
 
     def __init__(self):
         super().__init__()
@@ -147,7 +147,7 @@ class Loggers(Load):
 
 
 class Addresses(Load):
-    """Ten addresses of the unit come, ten go, ten changes in a second."""
+    """Adds and removes ten addresses of the unit, ten changes per second."""
 
     def __init__(self):
         super().__init__()

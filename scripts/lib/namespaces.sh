@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by what runs in namespaces of its own.
+# Sourced by scripts that run in namespaces of their own.
 
 # private_tmp <folder>...: mounts an empty /tmp in the mount namespace of the caller. The folders that lie in /tmp keep
 # their paths and contents.

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Sourced by those who make the network that rules.nft filters, all of it on the loopback interface.
+# Sourced by scripts that create the network filtered by rules.nft, all of it on the loopback interface.
 
-# The unit has one address for each peer: the address sent to decides the sender's.
+# The unit has one address for each peer: the destination address determines the source address.
 # shellcheck disable=SC2034
 readonly from_peer=fd53:1d5::1 from_stranger=fd53:1d5::2 from_nowhere=fd53:1d5::3
 

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 # usage: private-tmp.sh FOLDER...
 #
-# Holds a mount namespace of its own with an empty /tmp until it is killed. Daemon and car domain meet at fixed places in
-# /tmp, so those of two runs would meet each other. The folders keep their paths; the file "private" in the first one
-# appears when the namespace can be entered.
+# Holds a mount namespace of its own with an empty /tmp until it is killed. Daemon and car domain use sockets with fixed
+# names in /tmp, which two concurrent runs would otherwise share. The folders keep their paths; the file "private" in the
+# first one is created when the namespace can be entered.
 
 set -euo pipefail
 # shellcheck source=scripts/lib/namespaces.sh

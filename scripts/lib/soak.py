@@ -24,11 +24,11 @@ SERVICES = {
 CAR_RATE = "300"  # frames per second
 
 WARM_UP = 15
-GRACE = 2  # what a busy machine may add to the times below
-# Seconds until a peer that was started again is alive for the daemon: it looks for the bus and the car domain every
-# 0.5 s, for the latter after a rest of as much, for services after 1 s, but after 5 s when there was no bus.
+GRACE = 2  # tolerance for a loaded machine
+# Seconds until the daemon is connected to a restarted peer: it retries the bus and the car domain every 0.5 s, the
+# latter after a pause of 0.5 s, and services after 1 s, or after 5 s without a bus.
 PROMISED = {"core": 0.5, "simulator": 1, "car domain": 1, "bus": 5.5}
-# Files in memory are left out where growth is judged: how much of them is ours depends on who else has them open.
+# Mapped files are excluded from the check of growth: their share depends on the other processes that map them.
 GROWTH = {"PSS (KiB)": None, "PSS less files (KiB)": 1024, "descriptors": 0, "threads": 0}
 
 
@@ -97,16 +97,16 @@ class Soak:
         elif summary := re.match(r"rstp-peer: frames: (\d+) sent", line):
             self.frames[event_id] = int(summary[1])
 
-    # Death and return
+    # Death and restart
 
     def catch_up(self):
-        """Waits for what is under way, so that a kill takes what was sent just now, and not what has been stuck."""
+        """Waits for the events in flight, so that a kill catches only those sent just now, and not delayed ones."""
         car, stretch, arrived = self.car_id(), self.v2x.event_id, self.log.arrived
         frames, typed = self.frames[car], self.v2x.sent[stretch]
         handed, printed = len(self.log.spans[-1].handed), self.output.spans[-1]
         goals = lambda: arrived[car] >= frames and arrived[stretch] >= typed and len(printed) >= handed
         if within(GRACE, goals) is None:
-            self.problems.append(f"not all has come after {GRACE} s: {arrived[car]} of {frames} frames, "
+            self.problems.append(f"still in flight after {GRACE} s: {arrived[car]} of {frames} frames, "
                                  f"{arrived[stretch]} of {typed} V2X events, {len(printed)} of {handed} at the core")
 
     def lose(self, name):
@@ -132,7 +132,7 @@ class Soak:
         self.start(name)
         took = within(PROMISED[name] + GRACE, is_back[name])
         if took is None:
-            self.problems.append(f"the {name} did not work with the daemon again in {PROMISED[name]} + {GRACE} s")
+            self.problems.append(f"the {name} was not connected to the daemon again within {PROMISED[name]} + {GRACE} s")
         else:
             self.at_work |= {name, "core", "simulator"} if name == "bus" else {name}
         self.slowest[name] = max(self.slowest[name], took or 0)
@@ -140,7 +140,7 @@ class Soak:
             self.resume_v2x()
 
     def resume_v2x(self):
-        """The V2X domain goes on when a probe of it has come through: then nothing else can be lost on the way."""
+        """The V2X domain resumes when one of its probes has arrived: from then on no event may be lost."""
         simulator, probes = self.programs["simulator"], self.log.arrived[ledger.PROBE]
 
         def is_heard():
@@ -148,11 +148,11 @@ class Soak:
             return within(0.2, lambda: self.log.arrived[ledger.PROBE] > probes) is not None
 
         if within(GRACE, is_heard) is None:
-            self.problems.append("the V2X domain cannot reach the daemon any more")
+            self.problems.append("the V2X domain no longer reaches the daemon")
         self.v2x.begin(simulator)
 
     def kill(self, name, absence):
-        """A death counts as survived only when the victim was at work until then."""
+        """A death counts as survived only if the victim worked until then."""
         start = time.monotonic()
         if not self.programs[name].is_alive():
             self.problems.append(f"the {name} had ended by itself")
@@ -169,7 +169,7 @@ class Soak:
     def run(self):
         start = time.monotonic()
         self.set_up()
-        for name in PROMISED:  # the daemon makes some things when they are first needed
+        for name in PROMISED:  # the daemon allocates some resources at their first use
             self.kill(name, 0)
         time.sleep(max(0, start + WARM_UP - time.monotonic()))
         before = self.read_sizes()
@@ -187,9 +187,9 @@ class Soak:
         for name in ("daemon", "simulator", "car domain", "core"):
             self.start(name)
         if within(10, self.is_complete) is None:
-            sys.exit("soak: the daemon does not find all its peers")
+            sys.exit("soak: the daemon does not connect to all its peers")
         self.at_work = set(PROMISED)
-        time.sleep(1)  # the packet filter's log has answered
+        time.sleep(1)  # until the packet filter's log has answered
         self.resume_v2x()
         self.loggers = Loggers()
         self.loads = [self.flood, self.v2x, self.loggers, Addresses()]
@@ -203,7 +203,7 @@ class Soak:
         return self.programs["daemon"].is_alive()
 
     def storm(self, end):
-        """Kills one peer after the other, every 4 to 8 s, until the time is over."""
+        """Kills one peer after the other, every 4 to 8 s, until the end."""
         while self.is_alive():
             name, pause, absence = (self.chance.choice(list(PROMISED)), self.chance.uniform(4, 8),
                                     self.chance.uniform(0.2, 3))
@@ -216,7 +216,7 @@ class Soak:
         time.sleep(max(0, end - time.monotonic()) if self.is_alive() else 0)
 
     def settle(self):
-        """Until the daemon has counted a period without a packet: then it has counted all there were."""
+        """Waits until the daemon has counted a period without a packet: then it has counted all packets."""
         for load in self.loads:
             load.stop()
         counted = len(self.log.packets)
@@ -224,7 +224,7 @@ class Soak:
             self.problems.append("the daemon counts no period without a packet: it hangs, or counts others' packets")
 
     def drain(self):
-        """Waits until all programs have read what there is to read."""
+        """Waits until all programs have read their input."""
         self.programs["car domain"].end(signal.SIGTERM)
         arrived, stretch = self.log.arrived, self.v2x.event_id
         within(5, lambda: all(arrived[one] >= count for one, count in self.sent_by_car().items()))
@@ -235,14 +235,14 @@ class Soak:
         del printed[len(handed):]
 
     def sent_by_car(self):
-        """A peer that was killed may have sent a frame without a line for it."""
+        """A killed peer may have sent a frame without printing it."""
         arrived = self.log.arrived
         return {one: count + (one in self.killed_cars and arrived[one] == count + 1)
                 for one, count in self.frames.items()}
 
     def read_sizes(self):
         folder = f"/proc/{self.programs['daemon'].process.pid}"
-        with self.loggers.lock:  # no client on its way in or out
+        with self.loggers.lock:  # no client connects or disconnects meanwhile
             time.sleep(0.5)
             try:
                 with open(f"{folder}/smaps_rollup", encoding="ascii") as rollup:
@@ -250,7 +250,7 @@ class Soak:
                 counts = [len(os.listdir(f"{folder}/{what}")) for what in ("fd", "task")]
                 return dict(zip(GROWTH, (sizes["Pss"], sizes["Pss"] - sizes["Pss_File"], *counts)))
             except (OSError, KeyError):
-                return dict.fromkeys(GROWTH, 0)  # dead, which is noticed elsewhere
+                return dict.fromkeys(GROWTH, 0)  # the daemon is dead, which is_alive detects
 
     # The end
 
@@ -265,20 +265,20 @@ class Soak:
             self.problems.append(f"the daemon ended with status {status}" if status else "the daemon hung at its end")
 
     def report(self, before, after):
-        books = ledger.Ledger(self.log, self.output)
-        rows = [books.packets(self.flood.sent),
-                books.numbered("car domain, raw", self.sent_by_car(), set()),
-                books.numbered("V2X, raw", self.v2x.sent, self.cut_stretches),
-                books.own("drop events, handed over", lambda one: one in ledger.DROPS),
-                books.own("other events, handed over", ledger.is_other)]
+        accounts = ledger.Ledger(self.log, self.output)
+        rows = [accounts.packets(self.flood.sent),
+                accounts.numbered("car domain, raw", self.sent_by_car(), set()),
+                accounts.numbered("V2X, raw", self.v2x.sent, self.cut_stretches),
+                accounts.own("drop events, handed over", lambda one: one in ledger.DROPS),
+                accounts.own("other events, handed over", ledger.is_other)]
         self.problems += [f"{row.source}: {row.otherwise} lost otherwise" for row in rows if row.otherwise]
-        self.problems += books.disagreements()
+        self.problems += accounts.disagreements()
         print_table(("", "in", "out", "lost by rule", "lost otherwise"), rows)
         print_table(("", "at start", "at end"), [(what, before[what], after[what]) for what in GROWTH])
         print_table(("", "survived", "away", "slowest return"),
                     [(name, self.survived[name], f"{self.away[name]:.1f} s", f"{self.slowest[name]:.2f} s")
                      for name in PROMISED])
-        print("steps of the unit that were played:", self.steps_played)
+        print("steps of the unit played:", self.steps_played)
         for problem in self.problems[:20]:
             print("FAILED:", problem)
 

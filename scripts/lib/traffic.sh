@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Makes the network of the demo and sends one packet a second that a rule drops. An event ID that is reported twice
-# within a second would have to wait its turn.
+# Creates the network of the demo and sends one packet a second that a rule drops. The daemon delays the events of an ID
+# that is reported twice within a second.
 
 set -euo pipefail
 # shellcheck source=scripts/lib/network.sh
@@ -12,7 +12,7 @@ send_udp() {
     sleep 1
 }
 
-# <address> <port>; given up before the kernel repeats what was dropped.
+# <address> <port>; ends before the kernel retransmits the dropped packet.
 send_tcp() {
     timeout --foreground 0.5 bash -c ": >'/dev/tcp/$1/$2'" || sleep 0.5
 }

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Plays the V2X domain: every 10 s an event 0xE903 over the service that the daemon has for it, with a running number in
+# Plays the V2X domain: sends an event 0xE903 to the daemon's connector service every 10 s, with a running number in
 # bytes 7 to 10 of the context data.
 
 set -euo pipefail
