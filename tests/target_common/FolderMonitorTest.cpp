@@ -138,6 +138,7 @@ TEST_F(FolderMonitorTest, FolderThatIsRemovedIsNotReportedAsAFile)
     EXPECT_TRUE(told({two + "/f"}));
 }
 
+#if !defined(__SANITIZE_ADDRESS__) // UBSan needs descriptors to check objects
 TEST_F(FolderMonitorTest, StartsAgainAfterItsThreadHasEndedByItself)
 {
     {
@@ -150,6 +151,7 @@ TEST_F(FolderMonitorTest, StartsAgainAfterItsThreadHasEndedByItself)
     touch(one + "/f");
     EXPECT_TRUE(told({one + "/f"}));
 }
+#endif
 
 TEST_F(FolderMonitorTest, PauseHoldsEverythingBackAndDoesNotDelayTheEnd)
 {
