@@ -16,9 +16,9 @@ constexpr const char* kSource = "conn_common/src/SynchronizedTimer";
 
 } // namespace
 
-/// One platform timer, which may have been refused. Lives on the active object; onTimerExpired is the timer thread's,
-/// and has ended when the group has stopped or removed the timer. So the generation, which tells apart what was posted
-/// before a stop from what follows, needs no lock.
+/// One platform timer, which may have been refused. Lives on the active object. Only onTimerExpired runs on the timer
+/// thread; it has returned when the group has stopped or removed the timer. Therefore the generation needs no lock. It
+/// separates an expiry that was posted before a stop from later ones.
 class SynchronizedTimerFactory::SynchronizedTimerHandle final : public TimerHandle, private util::TimerCallbackBase
 {
 public:

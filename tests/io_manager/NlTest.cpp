@@ -92,7 +92,7 @@ protected:
         ao.run([&] { send(64, 100, 5000); });
         EXPECT_TRUE(eventually([&] {
             send(64, 101);
-            return told(101);
+            return isReported(101);
         }));
         EXPECT_GT(log.count("CON_LIB_NL", tracing::Level::error, "recvmsg: No buffer space available"), before);
         ao.run([this] { listener.calls.clear(); });
@@ -107,8 +107,8 @@ protected:
                      sizeof group);
         }
     }
-    /// Whether the listener was told of the message; notifications come without sequence number and result.
-    bool told(std::uint16_t type, std::uint32_t sequence = 0, std::int32_t result = 0) const
+    /// Whether the listener received the message; notifications have no sequence number and result.
+    bool isReported(std::uint16_t type, std::uint32_t sequence = 0, std::int32_t result = 0) const
     {
         bool found = false;
         ao.run([&] { found = listener.calls.contains({sequence, result, type}); });
@@ -128,12 +128,12 @@ TEST_F(NlTest, RefusedRequestFailsAndTheNextGivesItsLinksAndThenItsEnd)
 {
     make(NETLINK_ROUTE, 0);
     const auto refused = request(RTM_GETLINK, 0, 123456);
-    EXPECT_TRUE(eventually([&] { return told(NLMSG_ERROR, refused, -1); }));
+    EXPECT_TRUE(eventually([&] { return isReported(NLMSG_ERROR, refused, -1); }));
     const auto sequence = request(RTM_GETLINK, NLM_F_DUMP);
     EXPECT_NE(sequence, refused);
     EXPECT_EQ(nl->sequenceOf("request"), sequence);
-    EXPECT_TRUE(eventually([&] { return told(RTM_NEWLINK, sequence, 0); }));
-    EXPECT_TRUE(eventually([&] { return told(NLMSG_DONE, sequence, 1); }));
+    EXPECT_TRUE(eventually([&] { return isReported(RTM_NEWLINK, sequence, 0); }));
+    EXPECT_TRUE(eventually([&] { return isReported(NLMSG_DONE, sequence, 1); }));
 }
 
 TEST_F(NlTest, DumpIsRequestedAgainAfterAnOverrunUnlessItWasRefused)
@@ -144,7 +144,7 @@ TEST_F(NlTest, DumpIsRequestedAgainAfterAnOverrunUnlessItWasRefused)
     peer = UniqueFd{::socket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE)};
     make(NETLINK_ROUTE, kUserGroup);
     const auto refused = request(RTM_MAX + 1, NLM_F_DUMP);
-    ASSERT_TRUE(eventually([&] { return told(NLMSG_ERROR, refused, -1); }));
+    ASSERT_TRUE(eventually([&] { return isReported(NLMSG_ERROR, refused, -1); }));
     overrun();
     EXPECT_EQ(sequenceNow(), refused);
     const auto unanswered = request(NLMSG_NOOP, NLM_F_DUMP);
@@ -157,9 +157,9 @@ TEST_F(NlTest, DumpIsRequestedAgainAfterAPartFoundNoMemory)
     make(NETLINK_ROUTE, 0);
     ao.run([this] { listener.failures = 1; });
     const auto first = request(RTM_GETLINK, NLM_F_DUMP);
-    EXPECT_TRUE(eventually([&] { return told(NLMSG_DONE, first + 1, 1); }));
-    EXPECT_TRUE(told(RTM_NEWLINK, first + 1, 0));
-    EXPECT_FALSE(told(NLMSG_DONE, first, 1));
+    EXPECT_TRUE(eventually([&] { return isReported(NLMSG_DONE, first + 1, 1); }));
+    EXPECT_TRUE(isReported(RTM_NEWLINK, first + 1, 0));
+    EXPECT_FALSE(isReported(NLMSG_DONE, first, 1));
 }
 
 TEST_F(NlTest, RefusedWatchLeavesALine)
@@ -183,9 +183,9 @@ TEST_F(NlTest, DatagramThatIsTooLongIsLostAndTheNextIsRead)
     make(NETLINK_USERSOCK, kUserGroup);
     send(8196, 100);
     send(8192, 101);
-    EXPECT_TRUE(eventually([&] { return told(101); }));
+    EXPECT_TRUE(eventually([&] { return isReported(101); }));
     EXPECT_TRUE(log.waitFor("Packet from netlink is bigger than we can handle 8196 > 8192"));
-    EXPECT_FALSE(told(100));
+    EXPECT_FALSE(isReported(100));
 }
 
 TEST_F(NlTest, LaggingActiveObjectStopsTheReadingUntilItCatchesUpButNotTheDestruction)
@@ -200,7 +200,7 @@ TEST_F(NlTest, LaggingActiveObjectStopsTheReadingUntilItCatchesUpButNotTheDestru
     // The kernel gives an overrun socket nothing new before it is empty.
     EXPECT_TRUE(eventually([&] {
         send(64, 101);
-        return told(101);
+        return isReported(101);
     }));
     ao.run([&] {
         send(64, 100, 100);

@@ -62,7 +62,7 @@ protected:
         return log.count("CON_COMMON_FOLDERMONITOR", tracing::Level::detail, text);
     }
     void touch(const std::string& path) const { std::ofstream{path}; }
-    bool told(const Paths& expected) const
+    bool isReported(const Paths& expected) const
     {
         return eventually([&] {
             bool equal = false;
@@ -124,9 +124,9 @@ TEST_F(FolderMonitorTest, FilesAreToldOfUnderTheFolderAsItWasListed)
     EXPECT_FALSE(monitor->start({two}));
     const std::string longest = one + "/" + std::string(255, 'x');
     touch(longest);
-    EXPECT_TRUE(told({longest}));
+    EXPECT_TRUE(isReported({longest}));
     touch(two + "/f");
-    EXPECT_TRUE(told({longest, two + "//f", two + "/f"}));
+    EXPECT_TRUE(isReported({longest, two + "//f", two + "/f"}));
 }
 
 TEST_F(FolderMonitorTest, FolderThatIsRemovedIsNotReportedAsAFile)
@@ -135,7 +135,7 @@ TEST_F(FolderMonitorTest, FolderThatIsRemovedIsNotReportedAsAFile)
     std::filesystem::remove(one);
     ASSERT_TRUE(eventually([this] { return lines("onFdReadReady") == 1; }));
     touch(two + "/f");
-    EXPECT_TRUE(told({two + "/f"}));
+    EXPECT_TRUE(isReported({two + "/f"}));
 }
 
 #if !defined(__SANITIZE_ADDRESS__) // UBSan needs descriptors to check objects
@@ -149,7 +149,7 @@ TEST_F(FolderMonitorTest, StartsAgainAfterItsThreadHasEndedByItself)
     ASSERT_TRUE(eventually([this] { return monitor->start({one}); }));
     ASSERT_TRUE(eventually([this] { return lines("Monitoring fd=") == 2; }));
     touch(one + "/f");
-    EXPECT_TRUE(told({one + "/f"}));
+    EXPECT_TRUE(isReported({one + "/f"}));
 }
 #endif
 
@@ -166,7 +166,7 @@ TEST_F(FolderMonitorTest, PauseHoldsEverythingBackAndDoesNotDelayTheEnd)
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(lines("onFdReadReady"), 0U);
     EXPECT_TRUE(monitor->resume());
-    EXPECT_TRUE(told({one + "/f"}));
+    EXPECT_TRUE(isReported({one + "/f"}));
     pause();
     expectPromptEnd();
 }
